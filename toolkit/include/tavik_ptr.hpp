@@ -1,0 +1,73 @@
+// Owning holders for toolkit objects: each one is released by its family's
+// free function exactly once, on every path.
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "tavik_pki.h"
+
+namespace tavik {
+
+template <auto FreeFn>
+struct Free {
+    template <class T>
+    void operator()(T *p) const noexcept
+    {
+        FreeFn(p);
+    }
+};
+
+using CertPtr = std::unique_ptr<TAVIK_CERT_st, Free<TavikPKICertFreeCert>>;
+using VerifyPtr = std::unique_ptr<TAVIK_VERIFY_st, Free<TavikPKICertFreeVerify>>;
+using TimePtr = std::unique_ptr<tavik_time, Free<tavik_time_free>>;
+using BigIntPtr = std::unique_ptr<tavik_biginteger, Free<tavik_biginteger_free>>;
+using BitSetPtr = std::unique_ptr<tavik_bitset, Free<tavik_bitset_free>>;
+using BlobPtr = std::unique_ptr<tavik_data_blob, Free<tavik_data_blob_free>>;
+using DevicePtr = std::unique_ptr<TAVIK_PKI_DEVICE_HANDLE_st, Free<TavikPKIDeviceClose>>;
+// Texts from tavik_free and TavikPKICryptoFreeMemory share one heap.
+using TextPtr = std::unique_ptr<char, Free<tavik_free>>;
+
+// A certification path: an array of handles and its count.
+class CertPath {
+public:
+    CertPath() = default;
+    CertPath(TAVIK_CERT_st **certs, int count) : m_certs(certs), m_count(count) {}
+    CertPath(const CertPath &) = delete;
+    CertPath &operator=(const CertPath &) = delete;
+    CertPath(CertPath &&other) noexcept
+        : m_certs(std::exchange(other.m_certs, nullptr)), m_count(std::exchange(other.m_count, 0))
+    {
+    }
+    CertPath &operator=(CertPath &&other) noexcept
+    {
+        if (this != &other) {
+            reset();
+            m_certs = std::exchange(other.m_certs, nullptr);
+            m_count = std::exchange(other.m_count, 0);
+        }
+        return *this;
+    }
+    ~CertPath() { reset(); }
+
+    void reset()
+    {
+        if (m_certs)
+            TavikPKICertFreeCertPath(m_certs, m_count);
+        m_certs = nullptr;
+        m_count = 0;
+    }
+    TAVIK_CERT_st **data() const { return m_certs; }
+    int size() const { return m_count; }
+    TAVIK_CERT_st *operator[](int i) const { return m_certs[i]; }
+
+    // Out-parameters for the toolkit's path functions.
+    TAVIK_CERT_st ***outCerts() { reset(); return &m_certs; }
+    int *outCount() { return &m_count; }
+
+private:
+    TAVIK_CERT_st **m_certs = nullptr;
+    int m_count = 0;
+};
+
+}  // namespace tavik

@@ -1,0 +1,123 @@
+#include <openssl/crypto.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "internal.hpp"
+
+namespace {
+
+std::atomic<long> g_live{0};
+std::atomic<std::int64_t> g_pinnedNow{0};
+
+// Each block carries its size in front so that tavik_free can wipe it and so
+// that both release functions accept memory from either allocator.
+struct alignas(std::max_align_t) BlockHeader {
+    std::size_t size;
+    std::uint64_t magic;
+};
+constexpr std::uint64_t kMagic = 0x54415649'4b4d454dULL;
+
+} // namespace
+
+namespace tavik::detail {
+
+void liveAdd() noexcept { g_live.fetch_add(1, std::memory_order_relaxed); }
+void liveRemove() noexcept { g_live.fetch_sub(1, std::memory_order_relaxed); }
+
+std::time_t now() noexcept
+{
+    const std::int64_t pinned = g_pinnedNow.load(std::memory_order_relaxed);
+    return pinned != 0 ? static_cast<std::time_t>(pinned) : std::time(nullptr);
+}
+
+char *dupText(const char *text, std::size_t length) noexcept
+{
+    auto *out = static_cast<char *>(tavik_malloc(length + 1, __FILE__, __LINE__));
+    if (!out)
+        return nullptr;
+    if (length)
+        std::memcpy(out, text, length);
+    out[length] = '\0';
+    return out;
+}
+
+char *dupText(const char *text) noexcept
+{
+    return text ? dupText(text, std::strlen(text)) : nullptr;
+}
+
+} // namespace tavik::detail
+
+extern "C" {
+
+void *tavik_malloc(size_t size, const char *, int)
+{
+    if (size > SIZE_MAX - sizeof(BlockHeader))
+        return nullptr;
+    auto *header = static_cast<BlockHeader *>(std::malloc(sizeof(BlockHeader) + size));
+    if (!header)
+        return nullptr;
+    header->size = size;
+    header->magic = kMagic;
+    tavik::detail::liveAdd();
+    return header + 1;
+}
+
+void tavik_free(void *p)
+{
+    if (!p)
+        return;
+    auto *header = static_cast<BlockHeader *>(p) - 1;
+    if (header->magic != kMagic)
+        std::abort(); // not ours, or freed twice: fail loudly rather than corrupt the heap
+    header->magic = 0;
+    OPENSSL_cleanse(p, header->size);
+    std::free(header);
+    tavik::detail::liveRemove();
+}
+
+void *TavikPKICryptoAllocMemory(size_t size) { return tavik_malloc(size, __FILE__, __LINE__); }
+
+void TavikPKICryptoFreeMemory(void *p) { tavik_free(p); }
+
+tavik_data_blob *tavik_data_blob_new(const void *data, size_t length)
+{
+    if (!data && length)
+        return nullptr;
+    auto *blob = new (std::nothrow) tavik_data_blob{};
+    if (!blob)
+        return nullptr;
+    blob->data = static_cast<unsigned char *>(tavik_malloc(length ? length : 1, __FILE__, __LINE__));
+    if (!blob->data) {
+        delete blob;
+        return nullptr;
+    }
+    if (length)
+        std::memcpy(blob->data, data, length);
+    blob->length = length;
+    tavik::detail::liveAdd();
+    return blob;
+}
+
+void tavik_data_blob_free(tavik_data_blob *blob)
+{
+    if (!blob)
+        return;
+    tavik_free(blob->data);
+    delete blob;
+    tavik::detail::liveRemove();
+}
+
+long tavik_debug_live_objects(void) { return g_live.load(std::memory_order_relaxed); }
+
+void tavik_debug_set_now(int64_t epoch_seconds)
+{
+    g_pinnedNow.store(epoch_seconds, std::memory_order_relaxed);
+}
+
+} // extern "C"
