@@ -18,7 +18,7 @@ class LiveObjectCheck final : public ::testing::EmptyTestEventListener {
     long m_before = 0;
 };
 
-}  // namespace
+} // namespace
 
 int main(int argc, char **argv)
 {
