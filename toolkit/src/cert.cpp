@@ -1,0 +1,293 @@
+// Certificate handles: loading from DER or PEM, duplication, release and the
+// validity period.
+#include <openssl/bio.h>
+#include <openssl/err.h>
+#include <openssl/obj_mac.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string_view>
+#include <vector>
+
+#include "internal.hpp"
+#include "values.hpp"
+
+namespace {
+
+using tavik::detail::OsslFree;
+using tavik::detail::X509Ptr;
+using BioPtr = std::unique_ptr<BIO, OsslFree<BIO, BIO_free_all>>;
+using OctetPtr =
+    std::unique_ptr<ASN1_OCTET_STRING, OsslFree<ASN1_OCTET_STRING, ASN1_OCTET_STRING_free>>;
+
+struct FileClose {
+    void operator()(std::FILE *f) const noexcept { std::fclose(f); }
+};
+using FilePtr = std::unique_ptr<std::FILE, FileClose>;
+
+// Larger files are not certificates; the bound also stops reads of endless
+// device files.
+constexpr std::size_t kMaxFileSize = 64u * 1024u * 1024u;
+
+// The default SM2 identifier; OpenSSL 3.0 otherwise verifies with an empty one.
+constexpr std::string_view kSm2DefaultId = "1234567812345678";
+
+void setSm2Id(X509 *x509) noexcept
+{
+    if (X509_get_signature_nid(x509) != NID_SM2_with_SM3 || X509_get0_distinguishing_id(x509))
+        return;
+    OctetPtr id(ASN1_OCTET_STRING_new());
+    if (!id || !ASN1_OCTET_STRING_set(id.get(),
+                                      reinterpret_cast<const unsigned char *>(kSm2DefaultId.data()),
+                                      static_cast<int>(kSm2DefaultId.size())))
+        return;
+    X509_set0_distinguishing_id(x509, id.release());
+}
+
+// Encrypted PEM blocks are refused instead of prompting on a terminal.
+int noPassword(char *, int, int, void *)
+{
+    return -1;
+}
+
+// Consecutive DER certificates filling the whole input; a single one unless all.
+int decodeDer(const unsigned char *data, std::size_t length, bool all, std::vector<X509Ptr> &out)
+{
+    const unsigned char *p = data;
+    const unsigned char *const end = data + length;
+    while (p < end) {
+        const auto remaining = static_cast<std::size_t>(end - p);
+        if (remaining > static_cast<std::size_t>(LONG_MAX))
+            return TAVIK_ERR_ARGUMENT;
+        const unsigned char *q = p;
+        X509Ptr x509(d2i_X509(nullptr, &q, static_cast<long>(remaining)));
+        if (!x509)
+            return TAVIK_ERR_ARGUMENT;
+        out.push_back(std::move(x509));
+        p = q;
+        if (!all)
+            break;
+    }
+    // Bytes after the certificate mean this is not a DER certificate file.
+    return p == end ? 1 : TAVIK_ERR_ARGUMENT;
+}
+
+// Certificate blocks (also TRUSTED CERTIFICATE with its alias); blocks of other
+// kinds are skipped by the PEM reader.
+int decodePem(const unsigned char *data, std::size_t length, bool all, std::vector<X509Ptr> &out)
+{
+    if (length > static_cast<std::size_t>(INT_MAX))
+        return TAVIK_ERR_ARGUMENT;
+    BioPtr bio(BIO_new_mem_buf(data, static_cast<int>(length)));
+    if (!bio)
+        return TAVIK_ERR_MEMORY;
+    int rc = 1;
+    ERR_set_mark();
+    for (;;) {
+        X509Ptr x509(PEM_read_bio_X509_AUX(bio.get(), nullptr, noPassword, nullptr));
+        if (!x509) {
+            const unsigned long err = ERR_peek_last_error();
+            const bool noMoreBlocks =
+                ERR_GET_LIB(err) == ERR_LIB_PEM && ERR_GET_REASON(err) == PEM_R_NO_START_LINE;
+            if (!noMoreBlocks)
+                rc = TAVIK_ERR_ARGUMENT;
+            break;
+        }
+        out.push_back(std::move(x509));
+        if (!all)
+            break;
+    }
+    ERR_pop_to_mark();
+    if (rc != 1)
+        return rc;
+    return out.empty() ? TAVIK_ERR_NOT_FOUND : 1;
+}
+
+bool looksLikePem(const unsigned char *data, std::size_t length)
+{
+    const std::string_view text(reinterpret_cast<const char *>(data), length);
+    return text.find("-----BEGIN ") != std::string_view::npos;
+}
+
+int decode(const unsigned char *data, std::size_t length, bool all, std::vector<X509Ptr> &out)
+{
+    if (!data && length)
+        return TAVIK_ERR_ARGUMENT;
+    if (length == 0)
+        return TAVIK_ERR_NOT_FOUND;
+    // A DER certificate is a SEQUENCE; anything else can only be PEM.
+    if (data[0] == 0x30) {
+        ERR_set_mark();
+        const int rc = decodeDer(data, length, all, out);
+        ERR_pop_to_mark();
+        if (rc == 1 || !looksLikePem(data, length))
+            return rc;
+        out.clear();
+    }
+    return decodePem(data, length, all, out);
+}
+
+int readFile(const char *path, std::vector<unsigned char> &bytes)
+{
+    if (!path)
+        return TAVIK_ERR_ARGUMENT;
+    FilePtr file(std::fopen(path, "rb"));
+    if (!file)
+        return TAVIK_ERR_NOT_FOUND;
+    unsigned char chunk[16384];
+    for (;;) {
+        const std::size_t n = std::fread(chunk, 1, sizeof chunk, file.get());
+        bytes.insert(bytes.end(), chunk, chunk + n);
+        if (bytes.size() > kMaxFileSize)
+            return TAVIK_ERR_ARGUMENT;
+        if (n < sizeof chunk)
+            break;
+    }
+    // A directory opens but does not read.
+    return std::ferror(file.get()) ? TAVIK_ERR_NOT_FOUND : 1;
+}
+
+int newFirst(const unsigned char *data, std::size_t length, TAVIK_CERT_st **cert)
+{
+    if (!cert)
+        return TAVIK_ERR_ARGUMENT;
+    std::vector<X509Ptr> certs;
+    const int rc = decode(data, length, false, certs);
+    if (rc != 1)
+        return rc;
+    TAVIK_CERT_st *handle = tavik::detail::newCertHandle(certs.front().release());
+    if (!handle)
+        return TAVIK_ERR_MEMORY;
+    *cert = handle;
+    return 1;
+}
+
+int newAll(const unsigned char *data, std::size_t length, TAVIK_CERT_st ***certs, int *count)
+{
+    if (!certs || !count)
+        return TAVIK_ERR_ARGUMENT;
+    std::vector<X509Ptr> decoded;
+    const int rc = decode(data, length, true, decoded);
+    if (rc != 1)
+        return rc;
+    if (decoded.size() > static_cast<std::size_t>(INT_MAX))
+        return TAVIK_ERR_ARGUMENT;
+    const int n = static_cast<int>(decoded.size());
+    TAVIK_CERT_st **array = tavik::detail::newCertArray(decoded.size());
+    if (!array)
+        return TAVIK_ERR_MEMORY;
+    for (int i = 0; i < n; ++i) {
+        array[i] = tavik::detail::newCertHandle(decoded[static_cast<std::size_t>(i)].release());
+        if (!array[i]) {
+            TavikPKICertFreeCertPath(array, n);
+            return TAVIK_ERR_MEMORY;
+        }
+    }
+    *certs = array;
+    *count = n;
+    return 1;
+}
+
+} // namespace
+
+namespace tavik::detail {
+
+TAVIK_CERT_st *newCertHandle(X509 *x509) noexcept
+{
+    X509Ptr owned(x509);
+    if (!owned)
+        return nullptr;
+    setSm2Id(owned.get());
+    auto *handle = new (std::nothrow) TAVIK_CERT_st{owned.get()};
+    if (!handle)
+        return nullptr;
+    owned.release();
+    liveAdd();
+    return handle;
+}
+
+TAVIK_CERT_st **newCertArray(std::size_t count) noexcept
+{
+    if (count > SIZE_MAX / sizeof(TAVIK_CERT_st *))
+        return nullptr;
+    const std::size_t size = (count ? count : 1) * sizeof(TAVIK_CERT_st *);
+    auto *array = static_cast<TAVIK_CERT_st **>(tavik_malloc(size, __FILE__, __LINE__));
+    if (array)
+        std::memset(array, 0, size);
+    return array;
+}
+
+} // namespace tavik::detail
+
+extern "C" {
+
+int TavikPKICertNewFromData(const unsigned char *data, size_t length, TAVIK_CERT_st **cert)
+{
+    return newFirst(data, length, cert);
+}
+
+int TavikPKICertNewFromFile(const char *path, TAVIK_CERT_st **cert)
+{
+    if (!cert)
+        return TAVIK_ERR_ARGUMENT;
+    std::vector<unsigned char> bytes;
+    const int rc = readFile(path, bytes);
+    return rc == 1 ? newFirst(bytes.data(), bytes.size(), cert) : rc;
+}
+
+int TavikPKICertNewAllFromData(const unsigned char *data, size_t length, TAVIK_CERT_st ***certs,
+                               int *count)
+{
+    return newAll(data, length, certs, count);
+}
+
+int TavikPKICertNewAllFromFile(const char *path, TAVIK_CERT_st ***certs, int *count)
+{
+    if (!certs || !count)
+        return TAVIK_ERR_ARGUMENT;
+    std::vector<unsigned char> bytes;
+    const int rc = readFile(path, bytes);
+    return rc == 1 ? newAll(bytes.data(), bytes.size(), certs, count) : rc;
+}
+
+TAVIK_CERT_st *TavikPKICertDupCert(TAVIK_CERT_st *cert)
+{
+    if (!cert || !X509_up_ref(cert->x509))
+        return nullptr;
+    return tavik::detail::newCertHandle(cert->x509);
+}
+
+void TavikPKICertFreeCert(TAVIK_CERT_st *cert)
+{
+    if (!cert)
+        return;
+    const X509Ptr release(cert->x509);
+    delete cert;
+    tavik::detail::liveRemove();
+}
+
+void TavikPKICertFreeCertPath(TAVIK_CERT_st **path, int count)
+{
+    if (!path)
+        return;
+    for (int i = 0; i < count; ++i)
+        TavikPKICertFreeCert(path[i]);
+    tavik_free(path);
+}
+
+tavik_time *tavik_cert_getvaliditystart(TAVIK_CERT_st *cert)
+{
+    return cert ? tavik::detail::newTime(X509_get0_notBefore(cert->x509)) : nullptr;
+}
+
+tavik_time *tavik_cert_getvalidityend(TAVIK_CERT_st *cert)
+{
+    return cert ? tavik::detail::newTime(X509_get0_notAfter(cert->x509)) : nullptr;
+}
+
+} // extern "C"

@@ -1,0 +1,195 @@
+// Times: UTC calendar values, read from ASN.1 UTCTime or GeneralizedTime
+//   Time ::= CHOICE { utcTime UTCTime, generalTime GeneralizedTime }
+// and converted to the process time zone on request.
+#include <openssl/asn1.h>
+
+#include <ctime>
+#include <new>
+#include <tuple>
+
+#include "internal.hpp"
+#include "values.hpp"
+
+namespace {
+
+constexpr int kMinYear = 0;
+constexpr int kMaxYear = 9999;
+
+constexpr bool isLeap(std::int64_t y)
+{
+    return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
+}
+
+constexpr int daysInMonth(std::int64_t y, int m)
+{
+    constexpr int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    return m == 2 && isLeap(y) ? 29 : days[m - 1];
+}
+
+bool isValid(const tavik_time_st &t)
+{
+    return t.year >= kMinYear && t.year <= kMaxYear && t.month >= 1 && t.month <= 12 &&
+           t.day >= 1 && t.day <= daysInMonth(t.year, t.month) && t.hour >= 0 && t.hour <= 23 &&
+           t.minute >= 0 && t.minute <= 59 && t.second >= 0 && t.second <= 59;
+}
+
+// Days since 1970-01-01 of a proleptic Gregorian date (era arithmetic, exact
+// for negative results too).
+constexpr std::int64_t daysFromCivil(std::int64_t y, int m, int d)
+{
+    y -= m <= 2 ? 1 : 0;
+    const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
+    const std::int64_t yoe = y - era * 400;
+    const std::int64_t doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+    const std::int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    return era * 146097 + doe - 719468;
+}
+
+static_assert(daysFromCivil(1970, 1, 1) == 0);
+static_assert(daysFromCivil(2000, 3, 1) == 11017);
+static_assert(daysFromCivil(1950, 1, 1) == -7305);
+
+} // namespace
+
+namespace tavik::detail {
+
+std::int64_t toEpoch(const tavik_time_st &t) noexcept
+{
+    return daysFromCivil(t.year, t.month, t.day) * 86400 + t.hour * 3600 + t.minute * 60 + t.second;
+}
+
+tavik_time_st fromEpoch(std::int64_t seconds) noexcept
+{
+    std::int64_t days = seconds / 86400;
+    std::int64_t rest = seconds % 86400;
+    if (rest < 0) {
+        rest += 86400;
+        --days;
+    }
+    days += 719468;
+    const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+    const std::int64_t doe = days - era * 146097;
+    const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const std::int64_t mp = (5 * doy + 2) / 153;
+    const auto day = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+    const auto month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+    const std::int64_t year = yoe + era * 400 + (month <= 2 ? 1 : 0);
+    return tavik_time_st{static_cast<int>(year),
+                         month,
+                         day,
+                         static_cast<int>(rest / 3600),
+                         static_cast<int>(rest % 3600 / 60),
+                         static_cast<int>(rest % 60)};
+}
+
+tavik_time *newTime(const tavik_time_st &value) noexcept
+{
+    if (!isValid(value))
+        return nullptr;
+    auto *t = new (std::nothrow) tavik_time_st(value);
+    if (t)
+        liveAdd();
+    return t;
+}
+
+std::optional<tavik_time_st> readTime(const ASN1_TIME *time) noexcept
+{
+    // ASN1_TIME_to_tm reads the current time for a null argument.
+    if (!time)
+        return std::nullopt;
+    std::tm tm{};
+    if (!ASN1_TIME_to_tm(time, &tm))
+        return std::nullopt;
+    const tavik_time_st value{tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday,
+                              tm.tm_hour,        tm.tm_min,     tm.tm_sec};
+    if (!isValid(value))
+        return std::nullopt;
+    return value;
+}
+
+tavik_time *newTime(const ASN1_TIME *time) noexcept
+{
+    const auto value = readTime(time);
+    return value ? newTime(*value) : nullptr;
+}
+
+} // namespace tavik::detail
+
+extern "C" {
+
+tavik_time *tavik_time_new(int year, int month, int day, int hour, int minute, int second)
+{
+    return tavik::detail::newTime(tavik_time_st{year, month, day, hour, minute, second});
+}
+
+tavik_time *tavik_time_dup(const tavik_time *t)
+{
+    return t ? tavik::detail::newTime(*t) : nullptr;
+}
+
+void tavik_time_free(tavik_time *t)
+{
+    if (!t)
+        return;
+    delete t;
+    tavik::detail::liveRemove();
+}
+
+int tavik_time_getyear(const tavik_time *t)
+{
+    return t ? t->year : -1;
+}
+int tavik_time_getmonth(const tavik_time *t)
+{
+    return t ? t->month : -1;
+}
+int tavik_time_getday(const tavik_time *t)
+{
+    return t ? t->day : -1;
+}
+int tavik_time_gethour(const tavik_time *t)
+{
+    return t ? t->hour : -1;
+}
+int tavik_time_getminute(const tavik_time *t)
+{
+    return t ? t->minute : -1;
+}
+int tavik_time_getsecond(const tavik_time *t)
+{
+    return t ? t->second : -1;
+}
+
+int tavik_time_cmp(const tavik_time *a, const tavik_time *b)
+{
+    if (!a || !b)
+        return -2;
+    const auto key = [](const tavik_time *t) {
+        return std::tie(t->year, t->month, t->day, t->hour, t->minute, t->second);
+    };
+    const auto ka = key(a);
+    const auto kb = key(b);
+    return ka < kb ? -1 : (kb < ka ? 1 : 0);
+}
+
+tavik_time *tavik_time_utc2local(const tavik_time *t)
+{
+    if (!t)
+        return nullptr;
+    const std::int64_t seconds = tavik::detail::toEpoch(*t);
+    const auto clock = static_cast<std::time_t>(seconds);
+    if (static_cast<std::int64_t>(clock) != seconds)
+        return nullptr;
+    // Follow changes of TZ, as localtime() would.
+    tzset();
+    std::tm local{};
+    if (!localtime_r(&clock, &local))
+        return nullptr;
+    // Years past 9999 in the local zone have no calendar value here.
+    return tavik::detail::newTime(tavik_time_st{local.tm_year + 1900, local.tm_mon + 1,
+                                                local.tm_mday, local.tm_hour, local.tm_min,
+                                                local.tm_sec});
+}
+
+} // extern "C"
