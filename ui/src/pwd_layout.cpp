@@ -1,0 +1,68 @@
+#include "pwd_layout.hpp"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+
+#include <algorithm>
+
+namespace pkiui {
+
+QLabel *makeHeaderLabel(QWidget *parent)
+{
+    auto *label = new QLabel(QStringLiteral("正在使用XXX的证书对应的私钥进行签名"), parent);
+    label->setObjectName(QStringLiteral("headerLabel"));
+    QFont font = label->font();
+    font.setBold(true);
+    font.setPointSize(14);
+    label->setFont(font);
+    label->setFixedHeight(25);
+    return label;
+}
+
+QLabel *makeTipLabel(QWidget *parent, const QString &text, const QString &name)
+{
+    auto *label = new QLabel(text, parent);
+    label->setObjectName(name);
+    return label;
+}
+
+QLineEdit *makePasswordField(QWidget *parent)
+{
+    auto *field = new QLineEdit(parent);
+    field->setObjectName(QStringLiteral("passwordField"));
+    field->setEchoMode(QLineEdit::Password);
+    return field;
+}
+
+QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name)
+{
+    auto *button = new QPushButton(text, parent);
+    button->setObjectName(name);
+    button->setAutoDefault(false);
+    return button;
+}
+
+QBoxLayout *makeRow(QWidget *leading, QWidget *trailing, int height)
+{
+    auto *row = new QHBoxLayout;
+    row->addWidget(leading, 0, Qt::AlignVCenter);
+    row->addStretch();
+    row->addWidget(trailing, 1, Qt::AlignVCenter);
+    leading->setFixedHeight(height);
+    trailing->setFixedHeight(std::min(height, trailing->sizeHint().height()));
+    return row;
+}
+
+QBoxLayout *makeButtonRow(QPushButton *cancel, QPushButton *ok)
+{
+    auto *row = new QHBoxLayout;
+    row->setSpacing(60);
+    row->addWidget(cancel);
+    row->addStretch();
+    row->addWidget(ok);
+    return row;
+}
+
+} // namespace pkiui

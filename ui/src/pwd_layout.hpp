@@ -1,0 +1,24 @@
+// Widgets shared by the two password dialogs.
+#pragma once
+
+#include <QString>
+
+class QBoxLayout;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QWidget;
+
+namespace pkiui {
+
+// Bold 14-point message line with the default text until a message is set.
+QLabel *makeHeaderLabel(QWidget *parent);
+QLabel *makeTipLabel(QWidget *parent, const QString &text, const QString &name);
+QLineEdit *makePasswordField(QWidget *parent);
+QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name);
+// A label at the leading edge and a widget at the trailing edge, of fixed height.
+QBoxLayout *makeRow(QWidget *leading, QWidget *trailing, int height);
+// Cancel on the left, OK on the right, at least 60 pixels apart.
+QBoxLayout *makeButtonRow(QPushButton *cancel, QPushButton *ok);
+
+} // namespace pkiui
