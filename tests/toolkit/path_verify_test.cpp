@@ -10,6 +10,7 @@
 #include <openssl/x509v3.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <initializer_list>
 #include <memory>
@@ -34,6 +35,8 @@ using X509Ptr = std::unique_ptr<X509, OsslFree<X509, X509_free>>;
 using KeyPtr = std::unique_ptr<EVP_PKEY, OsslFree<EVP_PKEY, EVP_PKEY_free>>;
 using BioPtr = std::unique_ptr<BIO, OsslFree<BIO, BIO_free_all>>;
 using ExtPtr = std::unique_ptr<X509_EXTENSION, OsslFree<X509_EXTENSION, X509_EXTENSION_free>>;
+using PkeyCtxPtr = std::unique_ptr<EVP_PKEY_CTX, OsslFree<EVP_PKEY_CTX, EVP_PKEY_CTX_free>>;
+using MdCtxPtr = std::unique_ptr<EVP_MD_CTX, OsslFree<EVP_MD_CTX, EVP_MD_CTX_free>>;
 
 // "YYYYMMDDHHMMSSZ" moved by seconds.
 std::string shiftTime(const std::string &text, long seconds)
@@ -454,22 +457,38 @@ KeyPtr readKey(const std::string &name)
     return KeyPtr(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, nullptr) : nullptr);
 }
 
-X509Ptr issueCert(const char *cn, bool ca, X509 *issuer, EVP_PKEY *issuerKey, EVP_PKEY *key)
+// issuer null: self-signed. sm2Id: sign with SM2/SM3 under that identifier.
+X509Ptr issueCert(const char *cn, bool ca, X509 *issuer, EVP_PKEY *issuerKey, EVP_PKEY *key,
+                  const char *sm2Id = nullptr)
 {
     X509Ptr x(X509_new());
     X509_set_version(x.get(), X509_VERSION_3);
     ASN1_INTEGER_set(X509_get_serialNumber(x.get()), 4242);
-    X509_set_issuer_name(x.get(), X509_get_subject_name(issuer));
     X509_NAME *name = X509_get_subject_name(x.get());
     X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
                                reinterpret_cast<const unsigned char *>(cn), -1, -1, 0);
+    X509_set_issuer_name(x.get(), X509_get_subject_name(issuer ? issuer : x.get()));
     X509_gmtime_adj(X509_getm_notBefore(x.get()), -3600);
     X509_gmtime_adj(X509_getm_notAfter(x.get()), 86400);
     X509_set_pubkey(x.get(), key);
     const ExtPtr bc(X509V3_EXT_conf_nid(nullptr, nullptr, NID_basic_constraints,
                                         ca ? "critical,CA:TRUE" : "CA:FALSE"));
     X509_add_ext(x.get(), bc.get(), -1);
-    if (X509_sign(x.get(), issuerKey, EVP_sha256()) <= 0)
+    if (ca) {
+        const ExtPtr ku(
+            X509V3_EXT_conf_nid(nullptr, nullptr, NID_key_usage, "critical,keyCertSign,cRLSign"));
+        X509_add_ext(x.get(), ku.get(), -1);
+    }
+    if (!sm2Id)
+        return X509_sign(x.get(), issuerKey, EVP_sha256()) > 0 ? std::move(x) : nullptr;
+    // Declared first so that the digest context, which borrows it, goes first.
+    const PkeyCtxPtr pctx(EVP_PKEY_CTX_new_from_pkey(nullptr, issuerKey, nullptr));
+    const MdCtxPtr mctx(EVP_MD_CTX_new());
+    if (!pctx || !mctx || EVP_PKEY_CTX_set1_id(pctx.get(), sm2Id, std::strlen(sm2Id)) <= 0)
+        return nullptr;
+    EVP_MD_CTX_set_pkey_ctx(mctx.get(), pctx.get());
+    if (EVP_DigestSignInit(mctx.get(), nullptr, EVP_sm3(), nullptr, issuerKey) != 1 ||
+        X509_sign_ctx(x.get(), mctx.get()) <= 0)
         return nullptr;
     return x;
 }
@@ -523,6 +542,41 @@ TEST_F(StoreTest, ConstraintFailures)
                   TAVIK_ERR_CONSTRAINT);
         EXPECT_EQ(reason, c.reason);
         EXPECT_EQ(depth, c.depth);
+    }
+}
+
+// SM2 signatures verify with the default identifier, also below a root: the
+// CA's signature on the leaf is checked, unlike a trusted root's own.
+TEST_F(StoreTest, Sm2ChainVerifiesWithTheDefaultIdentifier)
+{
+    const KeyPtr caKey(EVP_PKEY_Q_keygen(nullptr, nullptr, "SM2"));
+    const KeyPtr leafKey(EVP_PKEY_Q_keygen(nullptr, nullptr, "SM2"));
+    ASSERT_TRUE(caKey && leafKey);
+    const X509Ptr ca =
+        issueCert("SM2 CA", true, nullptr, caKey.get(), caKey.get(), "1234567812345678");
+    ASSERT_TRUE(ca);
+    const tavik::CertPtr caCert = toHandle(ca.get());
+    ASSERT_TRUE(caCert);
+    ASSERT_EQ(TavikPKICertStoreAddTrusted(caCert.get()), 1);
+    const struct {
+        const char *id;
+        int result;
+    } cases[] = {{"1234567812345678", TAVIK_VERIFY_OK},
+                 {"ALICE123@YAHOO.COM", TAVIK_ERR_SIGNATURE}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.id);
+        const X509Ptr leaf =
+            issueCert("SM2 Leaf", false, ca.get(), caKey.get(), leafKey.get(), c.id);
+        ASSERT_TRUE(leaf);
+        const tavik::CertPtr leafCert = toHandle(leaf.get());
+        ASSERT_TRUE(leafCert);
+        int rc = 0;
+        EXPECT_EQ(pathCns(leafCert.get(), &rc), (Names{"SM2 CA", "SM2 Leaf"}));
+        char *end = nullptr;
+        ASSERT_EQ(TavikPKICertGetCertStringAttribute(leafCert.get(), TAVIK_ATTR_NOT_AFTER, &end),
+                  1);
+        const tavik::TextPtr endText(end);
+        EXPECT_EQ(viewerVerify(leafCert.get(), end).result, c.result);
     }
 }
 
