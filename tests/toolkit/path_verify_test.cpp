@@ -9,12 +9,14 @@
 #include <openssl/x509_vfy.h>
 #include <openssl/x509v3.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <initializer_list>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -578,6 +580,35 @@ TEST_F(StoreTest, Sm2ChainVerifiesWithTheDefaultIdentifier)
         const tavik::TextPtr endText(end);
         EXPECT_EQ(viewerVerify(leafCert.get(), end).result, c.result);
     }
+}
+
+// Paths and verifications on several threads while the host keeps changing
+// the store.
+TEST_F(StoreTest, ConcurrentUseOfTheStore)
+{
+    fillStore({"rsa-root"}, {"rsa-inter"});
+    const tavik::CertPtr leaf = loadCert("rsa-leaf");
+    const tavik::CertPtr other = loadCert("other-root");
+    ASSERT_TRUE(leaf && other);
+    const std::string end = loadDates("rsa-leaf").notAfter;
+    std::atomic<int> verified{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 3; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 40; ++i)
+                verified += viewerVerify(leaf.get(), end).result == TAVIK_VERIFY_OK;
+        });
+    }
+    threads.emplace_back([&] {
+        for (int i = 0; i < 40; ++i) {
+            // Switching drops and reloads the system store under the others.
+            TavikPKICertStoreUseSystemAnchors(i % 2);
+            TavikPKICertStoreAddIntermediate(other.get());
+        }
+    });
+    for (auto &thread : threads)
+        thread.join();
+    EXPECT_EQ(verified.load(), 3 * 40);
 }
 
 } // namespace
