@@ -2,19 +2,22 @@
 // validity period.
 #include <openssl/bio.h>
 #include <openssl/err.h>
-#include <openssl/obj_mac.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 
+#include <algorithm>
+#include <array>
 #include <climits>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <new>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "internal.hpp"
+#include "store.hpp"
 #include "values.hpp"
 
 namespace {
@@ -22,8 +25,6 @@ namespace {
 using tavik::detail::OsslFree;
 using tavik::detail::X509Ptr;
 using BioPtr = std::unique_ptr<BIO, OsslFree<BIO, BIO_free_all>>;
-using OctetPtr =
-    std::unique_ptr<ASN1_OCTET_STRING, OsslFree<ASN1_OCTET_STRING, ASN1_OCTET_STRING_free>>;
 
 struct FileClose {
     void operator()(std::FILE *f) const noexcept { std::fclose(f); }
@@ -33,21 +34,6 @@ using FilePtr = std::unique_ptr<std::FILE, FileClose>;
 // Larger files are not certificates; the bound also stops reads of endless
 // device files.
 constexpr std::size_t kMaxFileSize = 64u * 1024u * 1024u;
-
-// The default SM2 identifier; OpenSSL 3.0 otherwise verifies with an empty one.
-constexpr std::string_view kSm2DefaultId = "1234567812345678";
-
-void setSm2Id(X509 *x509) noexcept
-{
-    if (X509_get_signature_nid(x509) != NID_SM2_with_SM3 || X509_get0_distinguishing_id(x509))
-        return;
-    OctetPtr id(ASN1_OCTET_STRING_new());
-    if (!id || !ASN1_OCTET_STRING_set(id.get(),
-                                      reinterpret_cast<const unsigned char *>(kSm2DefaultId.data()),
-                                      static_cast<int>(kSm2DefaultId.size())))
-        return;
-    X509_set0_distinguishing_id(x509, id.release());
-}
 
 // Encrypted PEM blocks are refused instead of prompting on a terminal.
 int noPassword(char *, int, int, void *)
@@ -77,34 +63,70 @@ int decodeDer(const unsigned char *data, std::size_t length, bool all, std::vect
     return p == end ? 1 : TAVIK_ERR_ARGUMENT;
 }
 
-// Certificate blocks (also TRUSTED CERTIFICATE with its alias); blocks of other
-// kinds are skipped by the PEM reader.
+constexpr std::array<std::string_view, 3> kCertificateBlocks{"CERTIFICATE", "X509 CERTIFICATE",
+                                                             "TRUSTED CERTIFICATE"};
+
+bool isCertificateBlock(std::string_view name)
+{
+    return std::find(kCertificateBlocks.begin(), kCertificateBlocks.end(), name) !=
+           kCertificateBlocks.end();
+}
+
+// One "-----BEGIN X-----" ... "-----END X-----" block; TRUSTED CERTIFICATE
+// blocks keep their alias.
+X509Ptr decodePemBlock(std::string_view block)
+{
+    // The PEM reader wants the END line terminated.
+    const std::string text = std::string(block) + "\n";
+    BioPtr bio(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+    if (!bio)
+        return nullptr;
+    ERR_set_mark();
+    X509Ptr x509(PEM_read_bio_X509_AUX(bio.get(), nullptr, noPassword, nullptr));
+    ERR_pop_to_mark();
+    return x509;
+}
+
+// The certificate blocks of PEM text in order. Other blocks (keys, parameters,
+// empty or damaged ones) and text between blocks are skipped unread; a damaged
+// certificate block fails the whole input.
 int decodePem(const unsigned char *data, std::size_t length, bool all, std::vector<X509Ptr> &out)
 {
     if (length > static_cast<std::size_t>(INT_MAX))
         return TAVIK_ERR_ARGUMENT;
-    BioPtr bio(BIO_new_mem_buf(data, static_cast<int>(length)));
-    if (!bio)
-        return TAVIK_ERR_MEMORY;
-    int rc = 1;
-    ERR_set_mark();
-    for (;;) {
-        X509Ptr x509(PEM_read_bio_X509_AUX(bio.get(), nullptr, noPassword, nullptr));
-        if (!x509) {
-            const unsigned long err = ERR_peek_last_error();
-            const bool noMoreBlocks =
-                ERR_GET_LIB(err) == ERR_LIB_PEM && ERR_GET_REASON(err) == PEM_R_NO_START_LINE;
-            if (!noMoreBlocks)
-                rc = TAVIK_ERR_ARGUMENT;
+    constexpr std::string_view kBegin = "-----BEGIN ";
+    constexpr std::string_view kDashes = "-----";
+    const std::string_view text(reinterpret_cast<const char *>(data), length);
+    std::size_t pos = 0;
+    while ((pos = text.find(kBegin, pos)) != std::string_view::npos) {
+        const std::size_t nameStart = pos + kBegin.size();
+        const std::size_t nameEnd = text.find(kDashes, nameStart);
+        if (nameEnd == std::string_view::npos)
+            break;
+        const std::string_view name = text.substr(nameStart, nameEnd - nameStart);
+        if (name.find('\n') != std::string_view::npos) {
+            pos = nameStart;
+            continue;
+        }
+        const std::string endLine = "-----END " + std::string(name) + "-----";
+        const std::size_t endPos = text.find(endLine, nameEnd);
+        const bool certificate = isCertificateBlock(name);
+        if (endPos == std::string_view::npos) {
+            if (certificate)
+                return TAVIK_ERR_ARGUMENT;
             break;
         }
-        out.push_back(std::move(x509));
-        if (!all)
-            break;
+        const std::size_t blockEnd = endPos + endLine.size();
+        if (certificate) {
+            X509Ptr x509 = decodePemBlock(text.substr(pos, blockEnd - pos));
+            if (!x509)
+                return TAVIK_ERR_ARGUMENT;
+            out.push_back(std::move(x509));
+            if (!all)
+                break;
+        }
+        pos = blockEnd;
     }
-    ERR_pop_to_mark();
-    if (rc != 1)
-        return rc;
     return out.empty() ? TAVIK_ERR_NOT_FOUND : 1;
 }
 
@@ -202,7 +224,8 @@ TAVIK_CERT_st *newCertHandle(X509 *x509) noexcept
     X509Ptr owned(x509);
     if (!owned)
         return nullptr;
-    setSm2Id(owned.get());
+    // Verification of SM2 signatures needs the default identifier attached.
+    ensureSm2Id(owned.get());
     auto *handle = new (std::nothrow) TAVIK_CERT_st{owned.get()};
     if (!handle)
         return nullptr;
