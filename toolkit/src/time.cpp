@@ -58,31 +58,6 @@ std::int64_t toEpoch(const tavik_time_st &t) noexcept
     return daysFromCivil(t.year, t.month, t.day) * 86400 + t.hour * 3600 + t.minute * 60 + t.second;
 }
 
-tavik_time_st fromEpoch(std::int64_t seconds) noexcept
-{
-    std::int64_t days = seconds / 86400;
-    std::int64_t rest = seconds % 86400;
-    if (rest < 0) {
-        rest += 86400;
-        --days;
-    }
-    days += 719468;
-    const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-    const std::int64_t doe = days - era * 146097;
-    const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const std::int64_t mp = (5 * doy + 2) / 153;
-    const auto day = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
-    const auto month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
-    const std::int64_t year = yoe + era * 400 + (month <= 2 ? 1 : 0);
-    return tavik_time_st{static_cast<int>(year),
-                         month,
-                         day,
-                         static_cast<int>(rest / 3600),
-                         static_cast<int>(rest % 3600 / 60),
-                         static_cast<int>(rest % 60)};
-}
-
 tavik_time *newTime(const tavik_time_st &value) noexcept
 {
     if (!isValid(value))

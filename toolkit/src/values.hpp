@@ -27,7 +27,6 @@ namespace tavik::detail {
 // Seconds since 1970-01-01T00:00:00Z of a calendar value (proleptic
 // Gregorian, 64-bit: years 0..9999 never overflow).
 std::int64_t toEpoch(const tavik_time_st &t) noexcept;
-tavik_time_st fromEpoch(std::int64_t seconds) noexcept;
 
 // Null on failure (including a time OpenSSL cannot read).
 tavik_time *newTime(const tavik_time_st &value) noexcept;
