@@ -1,11 +1,13 @@
 // Loading certificates and reading their attributes, on certificates made by
-// the openssl command (the fixtures) and, for dates and names the fixtures
+// the openssl command (the fixtures) and, for names and dates the fixtures
 // cannot carry, by the OpenSSL API in the test.
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <ctime>
 #include <fstream>
 #include <iterator>
@@ -21,24 +23,25 @@ namespace {
 using tavik::CertPtr;
 using tavik::TextPtr;
 using tavik::TimePtr;
+using Bytes = std::vector<unsigned char>;
 
 std::string fixture(const std::string &name)
 {
     return std::string(PKIUI_FIXTURES) + "/" + name;
 }
 
-std::vector<unsigned char> fileBytes(const std::string &name)
-{
-    std::ifstream in(fixture(name), std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 CertPtr load(const std::string &name)
 {
     TAVIK_CERT_st *cert = nullptr;
-    const int rc = TavikPKICertNewFromFile(fixture(name).c_str(), &cert);
-    EXPECT_EQ(rc, 1) << name;
-    return CertPtr(rc == 1 ? cert : nullptr);
+    EXPECT_EQ(TavikPKICertNewFromFile(fixture(name).c_str(), &cert), 1) << name;
+    return CertPtr(cert);
+}
+
+CertPtr loadDer(const Bytes &der)
+{
+    TAVIK_CERT_st *cert = nullptr;
+    EXPECT_EQ(TavikPKICertNewFromData(der.data(), der.size(), &cert), 1);
+    return CertPtr(cert);
 }
 
 std::optional<std::string> text(TAVIK_CERT_st *cert, int code)
@@ -52,10 +55,10 @@ std::optional<std::string> text(TAVIK_CERT_st *cert, int code)
 
 std::optional<std::int64_t> integer(TAVIK_CERT_st *cert, int code)
 {
-    std::int64_t value = 0;
-    if (TavikPKICertGetCertIntegerAttribute(cert, code, &value) != 1)
-        return std::nullopt;
-    return value;
+    std::int64_t value = -12345;
+    const int rc = TavikPKICertGetCertIntegerAttribute(cert, code, &value);
+    EXPECT_TRUE(rc == 1 || value == -12345) << "written on failure";
+    return rc == 1 ? std::optional(value) : std::nullopt;
 }
 
 // NAME.dates: "NOTBEFORE NOTAFTER" as YYYYMMDDHHMMSSZ.
@@ -70,12 +73,7 @@ std::pair<std::string, std::string> dates(const std::string &name)
 std::int64_t epochOf(const std::string &t)
 {
     std::tm tm{};
-    tm.tm_year = std::stoi(t.substr(0, 4)) - 1900;
-    tm.tm_mon = std::stoi(t.substr(4, 2)) - 1;
-    tm.tm_mday = std::stoi(t.substr(6, 2));
-    tm.tm_hour = std::stoi(t.substr(8, 2));
-    tm.tm_min = std::stoi(t.substr(10, 2));
-    tm.tm_sec = std::stoi(t.substr(12, 2));
+    strptime(t.c_str(), "%Y%m%d%H%M%SZ", &tm);
     return timegm(&tm);
 }
 
@@ -94,155 +92,79 @@ struct PinnedClock {
     void at(std::int64_t seconds) const { tavik_debug_set_now(seconds); }
 };
 
-// ---- Loading ----
-
 TEST(CertLoad, MalformedOrMissingInputsFailWithoutOutput)
 {
-    struct Case {
-        const char *file;
-        int code; // 0: any failure
-    };
-    const Case cases[] = {
-        {"garbage.der", 0},
-        {"truncated.der", 0},
-        {"empty.pem", TAVIK_ERR_NOT_FOUND},
-        {"key-only.pem", TAVIK_ERR_NOT_FOUND},
-        {"no-such-file.pem", TAVIK_ERR_NOT_FOUND},
-        {"", 0}, // the fixture directory itself
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.file);
-        static char marker;
-        auto *sentinel = reinterpret_cast<TAVIK_CERT_st *>(&marker);
-        TAVIK_CERT_st *cert = sentinel;
-        const int rc = TavikPKICertNewFromFile(fixture(c.file).c_str(), &cert);
-        EXPECT_NE(rc, 1);
-        if (c.code) {
-            EXPECT_EQ(rc, c.code);
-        }
-        EXPECT_EQ(cert, sentinel);
-
+    // "" is the fixture directory itself.
+    for (const char *file :
+         {"garbage.der", "truncated.der", "empty.pem", "key-only.pem", "no-such-file.pem", ""}) {
+        TAVIK_CERT_st *cert = nullptr;
         TAVIK_CERT_st **certs = nullptr;
         int count = -7;
-        EXPECT_NE(TavikPKICertNewAllFromFile(fixture(c.file).c_str(), &certs, &count), 1);
-        EXPECT_EQ(certs, nullptr);
-        EXPECT_EQ(count, -7);
+        EXPECT_NE(TavikPKICertNewFromFile(fixture(file).c_str(), &cert), 1) << file;
+        EXPECT_NE(TavikPKICertNewAllFromFile(fixture(file).c_str(), &certs, &count), 1) << file;
+        EXPECT_TRUE(!cert && !certs && count == -7) << file;
     }
-}
-
-TEST(CertLoad, NullArgumentsFail)
-{
-    const auto der = fileBytes("rsa-leaf.der");
     TAVIK_CERT_st *cert = nullptr;
-    TAVIK_CERT_st **certs = nullptr;
-    int count = 0;
-    EXPECT_NE(TavikPKICertNewFromData(nullptr, der.size(), &cert), 1);
-    EXPECT_NE(TavikPKICertNewFromData(der.data(), 0, &cert), 1);
-    EXPECT_NE(TavikPKICertNewFromData(der.data(), der.size(), nullptr), 1);
-    EXPECT_NE(TavikPKICertNewFromFile(nullptr, &cert), 1);
-    EXPECT_NE(TavikPKICertNewAllFromData(der.data(), der.size(), nullptr, &count), 1);
-    EXPECT_NE(TavikPKICertNewAllFromData(der.data(), der.size(), &certs, nullptr), 1);
-    EXPECT_EQ(cert, nullptr);
-    EXPECT_EQ(TavikPKICertDupCert(nullptr), nullptr);
-    TavikPKICertFreeCert(nullptr);
-    TavikPKICertFreeCertPath(nullptr, 3);
+    EXPECT_EQ(TavikPKICertNewFromFile(fixture("no-such-file.pem").c_str(), &cert),
+              TAVIK_ERR_NOT_FOUND);
+    EXPECT_EQ(TavikPKICertNewFromFile(fixture("key-only.pem").c_str(), &cert), TAVIK_ERR_NOT_FOUND);
 }
 
 // A DER decoder that stops early or ignores what follows would accept these.
-TEST(CertLoad, EveryTruncationAndTrailingBytesOfDerFail)
+TEST(CertLoad, TruncatedOrPaddedDerAndNullArgumentsFail)
 {
-    const auto der = fileBytes("rsa-leaf.der");
+    std::ifstream in(fixture("rsa-leaf.der"), std::ios::binary);
+    Bytes der{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
     ASSERT_GT(der.size(), 100u);
-    for (std::size_t n = 1; n < der.size(); n += 17) {
-        TAVIK_CERT_st *cert = nullptr;
-        EXPECT_NE(TavikPKICertNewFromData(der.data(), n, &cert), 1) << n << " bytes";
-    }
-    auto longer = der;
-    longer.push_back(0);
     TAVIK_CERT_st *cert = nullptr;
-    EXPECT_NE(TavikPKICertNewFromData(longer.data(), longer.size(), &cert), 1);
+    for (std::size_t n = 1; n < der.size(); n += 17)
+        EXPECT_NE(TavikPKICertNewFromData(der.data(), n, &cert), 1) << n << " bytes";
+    der.push_back(0);
+    EXPECT_NE(TavikPKICertNewFromData(der.data(), der.size(), &cert), 1);
+    EXPECT_NE(TavikPKICertNewFromData(nullptr, der.size(), &cert), 1);
+    EXPECT_NE(TavikPKICertNewFromData(der.data(), der.size() - 1, nullptr), 1);
+    EXPECT_NE(TavikPKICertNewFromFile(nullptr, &cert), 1);
+    EXPECT_EQ(cert, nullptr);
 }
 
-TEST(CertLoad, AllCertificatesOfBundlesInOrder)
+TEST(CertLoad, AllCertificatesOfABundleInOrder)
 {
-    struct Case {
-        const char *file;
-        std::vector<std::string> names;
-    };
-    const Case cases[] = {
-        {"bundle.pem", {"Leaf RSA", "Leaf EC", "DSA Self"}},
-        {"chain.pem", {"Leaf RSA", "Tavik Test Intermediate CA", "Tavik Test Root CA"}},
-        {"rsa-leaf.der", {"Leaf RSA"}},
-        {"alias.pem", {"Leaf RSA"}},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.file);
-        tavik::CertPath certs;
-        ASSERT_EQ(
-            TavikPKICertNewAllFromFile(fixture(c.file).c_str(), certs.outCerts(), certs.outCount()),
-            1);
-        ASSERT_EQ(certs.size(), static_cast<int>(c.names.size()));
-        for (int i = 0; i < certs.size(); ++i)
-            EXPECT_EQ(text(certs[i], TAVIK_ATTR_SUBJECT_CN), c.names[static_cast<std::size_t>(i)]);
-
-        // The single loader takes the first of them.
-        const CertPtr first = load(c.file);
-        ASSERT_TRUE(first);
-        EXPECT_EQ(text(first.get(), TAVIK_ATTR_SUBJECT_CN), c.names.front());
-    }
-}
-
-TEST(CertLoad, ConcatenatedDerCertificatesLoadTogether)
-{
-    auto bytes = fileBytes("rsa-leaf.der");
-    const auto second = fileBytes("ec-leaf.der");
-    bytes.insert(bytes.end(), second.begin(), second.end());
     tavik::CertPath certs;
-    ASSERT_EQ(
-        TavikPKICertNewAllFromData(bytes.data(), bytes.size(), certs.outCerts(), certs.outCount()),
-        1);
-    ASSERT_EQ(certs.size(), 2);
+    ASSERT_EQ(TavikPKICertNewAllFromFile(fixture("bundle.pem").c_str(), certs.outCerts(),
+                                         certs.outCount()),
+              1);
+    ASSERT_EQ(certs.size(), 3);
+    EXPECT_EQ(text(certs[0], TAVIK_ATTR_SUBJECT_CN), "Leaf RSA");
     EXPECT_EQ(text(certs[1], TAVIK_ATTR_SUBJECT_CN), "Leaf EC");
+    EXPECT_EQ(text(certs[2], TAVIK_ATTR_SUBJECT_CN), "DSA Self");
+    // The single loader takes the first one.
+    EXPECT_EQ(text(load("bundle.pem").get(), TAVIK_ATTR_SUBJECT_CN), "Leaf RSA");
 }
 
 TEST(CertLoad, DerAndPemGiveTheSameAttributes)
 {
-    const int textCodes[] = {TAVIK_ATTR_SUBJECT_CN, TAVIK_ATTR_ISSUER_NAME,
-                             TAVIK_ATTR_FRIENDLY_NAME, TAVIK_ATTR_NOT_AFTER};
-    const int intCodes[] = {TAVIK_ATTR_KEY_ALGORITHM, TAVIK_ATTR_CURVE, TAVIK_ATTR_KEY_USAGE,
-                            TAVIK_ATTR_KEY_SIZE, TAVIK_ATTR_IN_VALIDITY};
     for (const std::string name : {"rsa-leaf", "ec-leaf", "sm2-self", "dsa-self", "nocn-leaf"}) {
-        SCOPED_TRACE(name);
-        const auto der = fileBytes(name + ".der");
-        const auto pem = fileBytes(name + ".pem");
-        TAVIK_CERT_st *a = nullptr;
-        TAVIK_CERT_st *b = nullptr;
-        ASSERT_EQ(TavikPKICertNewFromData(der.data(), der.size(), &a), 1);
-        const CertPtr fromDer(a);
-        ASSERT_EQ(TavikPKICertNewFromData(pem.data(), pem.size(), &b), 1);
-        const CertPtr fromPem(b);
-        for (const int code : textCodes)
-            EXPECT_EQ(text(a, code), text(b, code)) << code;
-        for (const int code : intCodes)
-            EXPECT_EQ(integer(a, code), integer(b, code)) << code;
+        const CertPtr der = load(name + ".der");
+        const CertPtr pem = load(name + ".pem");
+        ASSERT_TRUE(der && pem);
+        for (const int code : {TAVIK_ATTR_SUBJECT_CN, TAVIK_ATTR_ISSUER_NAME, TAVIK_ATTR_NOT_AFTER})
+            EXPECT_EQ(text(der.get(), code), text(pem.get(), code)) << name << " " << code;
+        for (const int code : {TAVIK_ATTR_KEY_ALGORITHM, TAVIK_ATTR_CURVE, TAVIK_ATTR_KEY_USAGE,
+                               TAVIK_ATTR_KEY_SIZE})
+            EXPECT_EQ(integer(der.get(), code), integer(pem.get(), code)) << name << " " << code;
     }
 }
 
 TEST(CertLoad, DuplicateOutlivesTheOriginal)
 {
     CertPtr original = load("alias.pem");
-    ASSERT_TRUE(original);
     const long before = tavik_debug_live_objects();
     const CertPtr copy(TavikPKICertDupCert(original.get()));
     ASSERT_TRUE(copy);
-    EXPECT_NE(copy.get(), original.get());
     EXPECT_EQ(tavik_debug_live_objects(), before + 1);
     original.reset();
     EXPECT_EQ(text(copy.get(), TAVIK_ATTR_FRIENDLY_NAME), "Alias Leaf");
-    EXPECT_EQ(text(copy.get(), TAVIK_ATTR_SUBJECT_CN), "Leaf RSA");
 }
-
-// ---- Attributes ----
 
 TEST(CertAttributes, TextCodes)
 {
@@ -257,42 +179,22 @@ TEST(CertAttributes, TextCodes)
         {"rsa-leaf.pem", TAVIK_ATTR_FRIENDLY_NAME, std::nullopt},
         {"rsa-inter.der", TAVIK_ATTR_ISSUER_NAME, "Tavik Test Root CA"},
         {"nocn-leaf.pem", TAVIK_ATTR_SUBJECT_CN, std::nullopt},
-        {"nocn-leaf.pem", TAVIK_ATTR_ISSUER_NAME, "Tavik Test Intermediate CA"},
         {"alias.pem", TAVIK_ATTR_FRIENDLY_NAME, "Alias Leaf"},
-        {"alias.pem", TAVIK_ATTR_SUBJECT_CN, "Leaf RSA"},
         {"sm2-self.pem", TAVIK_ATTR_SUBJECT_CN, "测试SM2证书"},
         {"sm2-self.der", TAVIK_ATTR_ISSUER_NAME, "测试SM2证书"},
-        {"ec-leaf.der", TAVIK_ATTR_SUBJECT_CN, "Leaf EC"},
         {"rsa-leaf.pem", TAVIK_ATTR_KEY_ALGORITHM, std::nullopt}, // an integer code
-        {"rsa-leaf.pem", 0, std::nullopt},
         {"rsa-leaf.pem", 17, std::nullopt},
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(std::string(c.file) + " code " + std::to_string(c.code));
         const CertPtr cert = load(c.file);
         ASSERT_TRUE(cert);
         char marker = 0;
         char *out = &marker;
         const int rc = TavikPKICertGetCertStringAttribute(cert.get(), c.code, &out);
-        if (!c.expected) {
-            EXPECT_NE(rc, 1);
-            EXPECT_EQ(out, &marker) << "written on failure";
-            continue;
-        }
-        ASSERT_EQ(rc, 1);
-        const TextPtr owned(out);
-        EXPECT_EQ(std::string(out), *c.expected);
-    }
-}
-
-TEST(CertAttributes, NotAfterIsTheValidityEndInUtc)
-{
-    for (const std::string name :
-         {"rsa-leaf", "rsa-root", "sm2-self", "expired-leaf", "notyet-leaf"}) {
-        SCOPED_TRACE(name);
-        const CertPtr cert = load(name + ".der");
-        ASSERT_TRUE(cert);
-        EXPECT_EQ(text(cert.get(), TAVIK_ATTR_NOT_AFTER), dates(name).second);
+        const TextPtr owned(rc == 1 ? out : nullptr);
+        EXPECT_EQ(rc == 1 ? std::optional<std::string>(out) : std::nullopt, c.expected)
+            << c.file << " code " << c.code;
+        EXPECT_TRUE(rc == 1 || out == &marker) << "written on failure";
     }
 }
 
@@ -311,7 +213,6 @@ TEST(CertAttributes, IntegerCodes)
         {"rsa-root.pem", TAVIK_ATTR_KEY_USAGE, 32 | 64}, // keyCertSign, cRLSign
         {"ec-leaf.pem", TAVIK_ATTR_KEY_ALGORITHM, TAVIK_KEYALG_EC},
         {"ec-leaf.pem", TAVIK_ATTR_CURVE, TAVIK_CURVE_P256},
-        {"ec-leaf.pem", TAVIK_ATTR_KEY_SIZE, 256},
         {"ec-leaf.pem", TAVIK_ATTR_KEY_USAGE, 1 | 16}, // digitalSignature, keyAgreement
         {"sm2-self.pem", TAVIK_ATTR_KEY_ALGORITHM, TAVIK_KEYALG_EC},
         {"sm2-self.pem", TAVIK_ATTR_CURVE, TAVIK_CURVE_SM2},
@@ -323,33 +224,20 @@ TEST(CertAttributes, IntegerCodes)
         {"dsa-self.der", TAVIK_ATTR_CURVE, std::nullopt},
         {"expired-leaf.pem", TAVIK_ATTR_IN_VALIDITY, 0},
         {"notyet-leaf.pem", TAVIK_ATTR_IN_VALIDITY, 0},
-        {"rsa-leaf.pem", TAVIK_ATTR_IN_VALIDITY, 1},
         {"rsa-leaf.pem", TAVIK_ATTR_SUBJECT_CN, std::nullopt}, // a text code
-        {"rsa-leaf.pem", 99, std::nullopt},
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(std::string(c.file) + " code " + std::to_string(c.code));
         const CertPtr cert = load(c.file);
         ASSERT_TRUE(cert);
-        std::int64_t value = -12345;
-        const int rc = TavikPKICertGetCertIntegerAttribute(cert.get(), c.code, &value);
-        if (!c.expected) {
-            EXPECT_NE(rc, 1);
-            EXPECT_EQ(value, -12345) << "written on failure";
-        } else {
-            EXPECT_EQ(rc, 1);
-            EXPECT_EQ(value, *c.expected);
-        }
+        EXPECT_EQ(integer(cert.get(), c.code), c.expected) << c.file << " code " << c.code;
     }
 }
 
 TEST(CertAttributes, InValidityFollowsThePinnedClockToTheSecond)
 {
     const CertPtr cert = load("rsa-leaf.der");
-    ASSERT_TRUE(cert);
-    const auto [from, to] = dates("rsa-leaf");
-    const std::int64_t start = epochOf(from);
-    const std::int64_t end = epochOf(to);
+    const std::int64_t start = epochOf(dates("rsa-leaf").first);
+    const std::int64_t end = epochOf(dates("rsa-leaf").second);
     const PinnedClock clock;
     const std::pair<std::int64_t, std::int64_t> cases[] = {
         {start - 1, 0}, {start, 1}, {(start + end) / 2, 1}, {end, 1}, {end + 1, 0}};
@@ -359,112 +247,65 @@ TEST(CertAttributes, InValidityFollowsThePinnedClockToTheSecond)
     }
 }
 
-TEST(CertAttributes, NullArgumentsFail)
+TEST(CertValidity, StartEndAndNotAfterMatchTheDates)
 {
-    const CertPtr cert = load("rsa-leaf.pem");
-    ASSERT_TRUE(cert);
-    char *out = nullptr;
-    std::int64_t value = 0;
-    EXPECT_NE(TavikPKICertGetCertStringAttribute(nullptr, TAVIK_ATTR_SUBJECT_CN, &out), 1);
-    EXPECT_NE(TavikPKICertGetCertStringAttribute(cert.get(), TAVIK_ATTR_SUBJECT_CN, nullptr), 1);
-    EXPECT_NE(TavikPKICertGetCertIntegerAttribute(nullptr, TAVIK_ATTR_KEY_SIZE, &value), 1);
-    EXPECT_NE(TavikPKICertGetCertIntegerAttribute(cert.get(), TAVIK_ATTR_KEY_SIZE, nullptr), 1);
-    EXPECT_EQ(tavik_cert_getvaliditystart(nullptr), nullptr);
-}
-
-TEST(CertValidity, StartAndEndMatchTheCertificate)
-{
-    for (const std::string name : {"rsa-root", "expired-leaf", "notyet-leaf", "ec-leaf"}) {
-        SCOPED_TRACE(name);
+    for (const std::string name : {"rsa-root", "expired-leaf", "notyet-leaf", "sm2-self"}) {
         const CertPtr cert = load(name + ".pem");
-        ASSERT_TRUE(cert);
         const TimePtr start(tavik_cert_getvaliditystart(cert.get()));
         const TimePtr end(tavik_cert_getvalidityend(cert.get()));
-        ASSERT_TRUE(start && end);
+        ASSERT_TRUE(start && end) << name;
         EXPECT_EQ(format(start.get()), dates(name).first);
         EXPECT_EQ(format(end.get()), dates(name).second);
-        EXPECT_EQ(tavik_time_cmp(start.get(), end.get()), -1);
+        EXPECT_EQ(text(cert.get(), TAVIK_ATTR_NOT_AFTER), dates(name).second);
     }
 }
 
-// ---- Certificates the fixtures cannot hold: made here with the OpenSSL API ----
-
-using PkeyPtr = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
-using X509Holder = std::unique_ptr<X509, decltype(&X509_free)>;
-using NamePtr = std::unique_ptr<X509_NAME, decltype(&X509_NAME_free)>;
-
-NamePtr makeName(const std::vector<std::pair<std::string, std::string>> &entries)
+// DER of a self-signed P-256 certificate with the given names and validity
+// (UTCTime YYMMDDHHMMSSZ or GeneralizedTime YYYYMMDDHHMMSSZ).
+Bytes makeCertDer(const char *subject, const char *issuer, const char *notBefore,
+                  const char *notAfter)
 {
-    NamePtr name(X509_NAME_new(), X509_NAME_free);
-    for (const auto &[field, value] : entries)
-        X509_NAME_add_entry_by_txt(name.get(), field.c_str(), MBSTRING_UTF8,
-                                   reinterpret_cast<const unsigned char *>(value.c_str()), -1, -1,
-                                   0);
-    return name;
-}
-
-// DER of a certificate with the given names and validity texts (UTCTime
-// YYMMDDHHMMSSZ or GeneralizedTime YYYYMMDDHHMMSSZ).
-std::vector<unsigned char> makeCertDer(const NamePtr &subject, const NamePtr &issuer,
-                                       const char *notBefore, const char *notAfter)
-{
-    PkeyPtr key(EVP_EC_gen("P-256"), EVP_PKEY_free);
-    X509Holder x509(X509_new(), X509_free);
-    std::vector<unsigned char> der;
-    if (!key || !x509)
-        return der;
-    X509_set_version(x509.get(), 2);
-    ASN1_INTEGER_set(X509_get_serialNumber(x509.get()), 7);
-    X509_set_subject_name(x509.get(), subject.get());
-    X509_set_issuer_name(x509.get(), issuer.get());
-    if (!ASN1_TIME_set_string(X509_getm_notBefore(x509.get()), notBefore) ||
+    const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(EVP_EC_gen("P-256"),
+                                                                  EVP_PKEY_free);
+    const std::unique_ptr<X509, decltype(&X509_free)> x509(X509_new(), X509_free);
+    const auto name = [](const char *text) {
+        X509_NAME *n = X509_NAME_new();
+        for (const char *p = text; p && *p;) {
+            const char *eq = std::strchr(p, '=');
+            const char *end = std::strchr(p, '/');
+            const std::string field(p, eq), value(eq + 1, end ? end : eq + std::strlen(eq));
+            X509_NAME_add_entry_by_txt(n, field.c_str(), MBSTRING_UTF8,
+                                       reinterpret_cast<const unsigned char *>(value.c_str()), -1,
+                                       -1, 0);
+            p = end ? end + 1 : nullptr;
+        }
+        return std::unique_ptr<X509_NAME, decltype(&X509_NAME_free)>(n, X509_NAME_free);
+    };
+    Bytes der;
+    if (!key || !x509 || !X509_set_subject_name(x509.get(), name(subject).get()) ||
+        !X509_set_issuer_name(x509.get(), name(issuer).get()) ||
+        !ASN1_TIME_set_string(X509_getm_notBefore(x509.get()), notBefore) ||
         !ASN1_TIME_set_string(X509_getm_notAfter(x509.get()), notAfter) ||
         !X509_set_pubkey(x509.get(), key.get()) || !X509_sign(x509.get(), key.get(), EVP_sha256()))
         return der;
-    const int length = i2d_X509(x509.get(), nullptr);
-    if (length <= 0)
-        return der;
-    der.resize(static_cast<std::size_t>(length));
+    der.resize(static_cast<std::size_t>(std::max(i2d_X509(x509.get(), nullptr), 0)));
     unsigned char *p = der.data();
     i2d_X509(x509.get(), &p);
     return der;
 }
 
-CertPtr loadDer(const std::vector<unsigned char> &der)
-{
-    TAVIK_CERT_st *cert = nullptr;
-    EXPECT_EQ(TavikPKICertNewFromData(der.data(), der.size(), &cert), 1);
-    return CertPtr(cert);
-}
-
 TEST(CertAttributes, IssuerWithoutCommonNameIsShownOnOneLine)
 {
-    const auto der = makeCertDer(makeName({{"CN", "Subject"}}),
-                                 makeName({{"C", "CN"}, {"O", "北京测试"}, {"OU", "Unit"}}),
-                                 "20240101000000Z", "20250101000000Z");
-    const CertPtr cert = loadDer(der);
-    ASSERT_TRUE(cert);
+    const CertPtr cert = loadDer(
+        makeCertDer("CN=Subject", "C=CN/O=北京测试/OU=Unit", "20240101000000Z", "20250101000000Z"));
     EXPECT_EQ(text(cert.get(), TAVIK_ATTR_ISSUER_NAME), "C = CN, O = 北京测试, OU = Unit");
-}
-
-// X.509 puts the most specific name last.
-TEST(CertAttributes, LastOfSeveralCommonNamesIsTheSubjectName)
-{
-    const auto der =
-        makeCertDer(makeName({{"CN", "Example Corp"}, {"CN", "Jane Doe"}}),
-                    makeName({{"CN", "Issuer"}}), "20240101000000Z", "20250101000000Z");
-    const CertPtr cert = loadDer(der);
-    ASSERT_TRUE(cert);
-    EXPECT_EQ(text(cert.get(), TAVIK_ATTR_SUBJECT_CN), "Jane Doe");
 }
 
 // UTCTime covers 1950..2049; GeneralizedTime carries later years, up to 9999.
 TEST(CertValidity, DatesFrom1950To9999)
 {
-    const auto der = makeCertDer(makeName({{"CN", "Long"}}), makeName({{"CN", "Long"}}),
-                                 "500101000000Z", "99991231235959Z");
-    const CertPtr cert = loadDer(der);
-    ASSERT_TRUE(cert);
+    const CertPtr cert =
+        loadDer(makeCertDer("CN=Long", "CN=Long", "500101000000Z", "99991231235959Z"));
     const TimePtr start(tavik_cert_getvaliditystart(cert.get()));
     ASSERT_TRUE(start);
     EXPECT_EQ(format(start.get()), "19500101000000Z");
