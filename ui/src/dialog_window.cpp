@@ -29,6 +29,8 @@ DialogWindow::DialogWindow(QWidget *parent, const QString &title, QSize contentS
 {
     setWindowTitle(title);
     setFixedSize(contentSize);
+    // Our windows coming and going must never end a Qt host's application.
+    setAttribute(Qt::WA_QuitOnClose, false);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
 }
@@ -77,7 +79,6 @@ void runDialog(DialogWindow &window, DialogView &view)
     window.setRefuseClose(true);
     window.centre();
     window.show();
-    window.raise();
     window.activateWindow();
     notifyDialogShown(&window);
     if (!done)

@@ -59,6 +59,7 @@ void showAlert(QWidget *owner, const QString &text)
     }
     QMessageBox box(QMessageBox::Information, QString(), text, QMessageBox::Ok);
     box.setObjectName(QStringLiteral("alertBox"));
+    box.setAttribute(Qt::WA_QuitOnClose, false);
     box.show();
     notifyDialogShown(&box);
     box.exec();

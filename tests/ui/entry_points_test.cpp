@@ -1,0 +1,174 @@
+// The entries' contracts that need no user: captions, argument checks, and
+// how a dialog's password becomes the caller's result.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "Tavik_PKI_Crypto_UI.h"
+#include "secret.hpp"
+#include "ui_test_support.hpp"
+
+namespace {
+
+struct FreeMemory {
+    void operator()(char *p) const { TavikPKICryptoFreeMemory(p); }
+};
+using Buffer = std::unique_ptr<char, FreeMemory>;
+
+struct CaptionCase {
+    int code;
+    const char *expected; // null: no text
+};
+
+class GetString : public ::testing::TestWithParam<CaptionCase> {};
+
+TEST_P(GetString, ReturnsTheCaptionBytesOrNull)
+{
+    const CaptionCase &c = GetParam();
+    const Buffer text(TavikPKIUIGetString(c.code));
+    if (!c.expected) {
+        EXPECT_EQ(text, nullptr);
+        return;
+    }
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(std::string(text.get()), std::string(c.expected));
+}
+
+// UTF-8 bytes written out, so that the expectation does not depend on how
+// this file is decoded.
+INSTANTIATE_TEST_SUITE_P(
+    Captions, GetString,
+    ::testing::Values(
+        CaptionCase{1, "\xE6\xAD\xA3\xE5\x9C\xA8\xE7\x99\xBB\xE5\xBD\x95"},
+        CaptionCase{2, "\xE6\xAD\xA3\xE5\x9C\xA8\xE4\xBA\xA7\xE7\x94\x9F\xE5\xAF\x86\xE9\x92\xA5"
+                       "\xE5\xAF\xB9"},
+        CaptionCase{3, "\xE6\xAD\xA3\xE5\x9C\xA8\xE5\xAF\xBC\xE5\x85\xA5\xE5\xAF\x86\xE9\x92\xA5"
+                       "\xE5\xAF\xB9"},
+        CaptionCase{4, "\xE6\xAD\xA3\xE5\x9C\xA8\xE5\x88\xA0\xE9\x99\xA4\xE5\xAF\x86\xE9\x92\xA5"
+                       "\xE5\xAF\xB9"},
+        CaptionCase{5, "\xE6\xAD\xA3\xE5\x9C\xA8\xE5\x86\x99\xE5\x85\xA5\xE8\xAF\x81\xE4\xB9\xA6"},
+        CaptionCase{6, "\xE6\xAD\xA3\xE5\x9C\xA8\xE5\x88\xA0\xE9\x99\xA4\xE8\xAF\x81\xE4\xB9\xA6"},
+        CaptionCase{7, "\xE6\xAD\xA3\xE5\x9C\xA8\xE7\xAD\xBE\xE5\x90\x8D"},
+        CaptionCase{8, "\xE6\xAD\xA3\xE5\x9C\xA8\xE4\xBD\xBF\xE7\x94\xA8\xE7\xA7\x81\xE9\x92\xA5"
+                       "\xE8\xA7\xA3\xE5\xAF\x86"},
+        CaptionCase{11, "E6ADA3E59CA8E8BF9BE8A18CE5AF86E992A5E58D8FE59586"},
+        CaptionCase{0, nullptr}, CaptionCase{9, nullptr}, CaptionCase{10, nullptr},
+        CaptionCase{12, nullptr}, CaptionCase{-1, nullptr}));
+
+TEST(GetStringCode1, IsThirteenBytesWithItsNul)
+{
+    const Buffer text(TavikPKIUIGetString(1));
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(std::strlen(text.get()), 12u);
+}
+
+TEST(DisplayCRL, AlwaysReturnsZero)
+{
+    int dummy = 0;
+    EXPECT_EQ(TavikPKIUIDisplayCRL(nullptr, nullptr, 0), 0);
+    EXPECT_EQ(TavikPKIUIDisplayCRL(&dummy, &dummy, -7), 0);
+}
+
+// Argument checks answer before any window is shown.
+TEST(ArgumentChecks, FailWithoutShowingADialog)
+{
+    const uitest::DialogScript script([](QWidget *) {});
+    TAVIK_CERT_st *certs[1] = {nullptr};
+    TAVIK_PKI_DEVICE_HANDLE_st *device = nullptr;
+    ASSERT_EQ(TavikPKIDeviceOpenScripted(1, 3, nullptr, 0, &device), 1);
+    const tavik::DevicePtr held(device);
+    char *pwd = nullptr;
+
+    struct Case {
+        const char *what;
+        long result;
+        long expected;
+    };
+    const Case cases[] = {
+        {"select: null array",
+         TavikPKIUISelectCert(nullptr, nullptr, nullptr, nullptr, 3) != nullptr, 0},
+        {"select: null array, count 0",
+         TavikPKIUISelectCert(nullptr, nullptr, nullptr, nullptr, 0) != nullptr, 0},
+        {"select: negative count",
+         TavikPKIUISelectCert(nullptr, nullptr, nullptr, certs, -1) != nullptr, 0},
+        {"verify: null pwd", TavikPKIUIVerifyPassword(nullptr, device, 1, "m", nullptr), -1},
+        {"verify: null pwd and device", TavikPKIUIVerifyPassword(nullptr, nullptr, 1, "m", nullptr),
+         -1},
+        {"verify: null device", TavikPKIUIVerifyPassword(nullptr, nullptr, 1, "m", &pwd), -2},
+        {"get: null pwd", TavikPKIUIGetPassword(nullptr, "m", nullptr), -1},
+        {"display: null cert", TavikPKIUIDisplayCert(nullptr, nullptr), -1},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(c.result, c.expected) << c.what;
+    EXPECT_EQ(pwd, nullptr);
+    EXPECT_EQ(script.dialogsShown(), 0);
+    EXPECT_EQ(TavikPKIDeviceScriptedVerifyCalls(device), 0);
+}
+
+// The caller's buffer is sized by UTF-16 units plus one, so only text whose
+// UTF-8 form is no longer than that fits.
+struct StoreCase {
+    const char *what;
+    std::optional<QString> password;
+    pkiui::AbsentPassword absent;
+    int expected;
+    int bufferSize;          // -1: *pwd untouched
+    const char *bufferBytes; // checked when the result is 1
+};
+
+class StorePassword : public ::testing::TestWithParam<StoreCase> {};
+
+TEST_P(StorePassword, GivesCodeAndBuffer)
+{
+    const StoreCase &c = GetParam();
+    std::optional<QString> password = c.password;
+    const long before = tavik_debug_live_objects();
+    char sentinel = 'x';
+    char *out = &sentinel;
+    const int result = pkiui::storePassword(password, c.absent, &out);
+    EXPECT_EQ(result, c.expected);
+    EXPECT_FALSE(password) << "the dialog's copy is dropped";
+    if (c.bufferSize < 0) {
+        EXPECT_EQ(out, &sentinel);
+        EXPECT_EQ(tavik_debug_live_objects(), before);
+        return;
+    }
+    ASSERT_NE(out, &sentinel);
+    const Buffer buffer(out);
+    EXPECT_EQ(tavik_debug_live_objects(), before + 1) << "one buffer handed out";
+    const std::string bytes(buffer.get(), static_cast<size_t>(c.bufferSize));
+    if (c.bufferBytes)
+        EXPECT_EQ(bytes, std::string(c.bufferBytes, static_cast<size_t>(c.bufferSize)));
+    else
+        EXPECT_EQ(bytes, std::string(static_cast<size_t>(c.bufferSize), '\0')) << "not wiped";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Conversions, StorePassword,
+    ::testing::Values(
+        StoreCase{"abc", QStringLiteral("abc"), pkiui::AbsentPassword::NoPassword, 1, 4, "abc"},
+        StoreCase{"empty", QString(""), pkiui::AbsentPassword::NoPassword, -18, -1, nullptr},
+        StoreCase{"empty, absent converted", QString(""), pkiui::AbsentPassword::Convert, -18, -1,
+                  nullptr},
+        StoreCase{"absent", std::nullopt, pkiui::AbsentPassword::NoPassword, -18, -1, nullptr},
+        StoreCase{"absent, converted", std::nullopt, pkiui::AbsentPassword::Convert, 0, 1, nullptr},
+        StoreCase{"one Chinese character", QString(QChar(0x4E2D)), pkiui::AbsentPassword::Convert,
+                  0, 2, nullptr},
+        StoreCase{"ASCII then e acute", QStringLiteral("12") + QChar(0xE9),
+                  pkiui::AbsentPassword::Convert, 0, 4, nullptr}));
+
+TEST(MessageFromUtf8, DefaultsForNullAndIsAbsentForBadBytes)
+{
+    EXPECT_EQ(pkiui::messageFromUtf8(nullptr), QString::fromUtf8("\xE6\xAD\xA3\xE5\x9C\xA8\xE4\xBD"
+                                                                 "\xBF\xE7\x94\xA8\xE7\xA7\x81\xE9"
+                                                                 "\x92\xA5"));
+    EXPECT_EQ(pkiui::messageFromUtf8("sign \xE4\xB8\xAD"), QStringLiteral("sign ") + QChar(0x4E2D));
+    EXPECT_EQ(pkiui::messageFromUtf8(""), QString(""));
+    EXPECT_FALSE(pkiui::messageFromUtf8("bad \xFF byte"));
+    EXPECT_FALSE(pkiui::messageFromUtf8("cut \xE4\xB8"));
+    EXPECT_FALSE(pkiui::messageFromUtf8("overlong \xC0\xAF"));
+}
+
+} // namespace

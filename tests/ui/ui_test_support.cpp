@@ -1,0 +1,132 @@
+#include "ui_test_support.hpp"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+
+#include "test_seams.hpp"
+
+namespace uitest {
+
+namespace {
+
+// The host of this suite uses Qt: its QApplication lives on the main thread,
+// where the tests run.
+class QtHostEnvironment final : public ::testing::Environment {
+  public:
+    void SetUp() override
+    {
+        static int argc = 1;
+        static char name[] = "ui_tests";
+        static char *argv[] = {name, nullptr};
+        m_app = std::make_unique<QApplication>(argc, argv);
+    }
+    void TearDown() override { m_app.reset(); }
+
+  private:
+    std::unique_ptr<QApplication> m_app;
+};
+
+[[maybe_unused]] const auto *const g_environment =
+    ::testing::AddGlobalTestEnvironment(new QtHostEnvironment);
+
+} // namespace
+
+std::string fixture(const std::string &name)
+{
+    return std::string(PKIUI_FIXTURES) + "/" + name;
+}
+
+std::string uiFixture(const std::string &name)
+{
+    return std::string(PKIUI_UI_FIXTURES) + "/" + name;
+}
+
+tavik::CertPtr loadCert(const std::string &path)
+{
+    TAVIK_CERT_st *cert = nullptr;
+    if (TavikPKICertNewFromFile(path.c_str(), &cert) != 1) {
+        ADD_FAILURE() << "cannot load " << path;
+        return nullptr;
+    }
+    return tavik::CertPtr(cert);
+}
+
+DialogScript::DialogScript(std::function<void(QWidget *)> script)
+{
+    pkiui::setDialogShownHook([this, script](QWidget *window) {
+        ++m_shown;
+        m_title = window->windowTitle();
+        m_size = window->size();
+        m_flags = window->windowFlags();
+        // Queued, so that the script runs inside the dialog's event loop.
+        QTimer::singleShot(0, window, [script, window] {
+            try {
+                script(window);
+            } catch (const std::exception &e) {
+                ADD_FAILURE() << e.what();
+                // Ends the dialog so that a broken script fails instead of hanging.
+                for (const char *name : {"cancelButton", "okButton"}) {
+                    if (auto *button =
+                            window->findChild<QPushButton *>(QString::fromLatin1(name))) {
+                        button->click();
+                        break;
+                    }
+                }
+            }
+        });
+    });
+}
+
+DialogScript::~DialogScript()
+{
+    pkiui::setDialogShownHook({});
+}
+
+AlertRecorder::AlertRecorder()
+{
+    pkiui::setAlertObserver([this](QWidget *owner, const QString &text) {
+        m_texts << text;
+        m_owner = owner;
+    });
+}
+
+AlertRecorder::~AlertRecorder()
+{
+    pkiui::setAlertObserver({});
+}
+
+QStringList AlertRecorder::texts() const
+{
+    return m_texts;
+}
+
+void typeText(QWidget *window, const QString &text)
+{
+    auto *field = child<QLineEdit>(window, "passwordField");
+    for (const QChar ch : text) {
+        if (ch.unicode() < 128) {
+            QTest::keyClick(field, ch.toLatin1());
+            continue;
+        }
+        // QTest maps only ASCII to keys; an input method delivers the rest as text.
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_unknown, Qt::NoModifier, QString(ch));
+        QKeyEvent release(QEvent::KeyRelease, Qt::Key_unknown, Qt::NoModifier, QString(ch));
+        QCoreApplication::sendEvent(field, &press);
+        QCoreApplication::sendEvent(field, &release);
+    }
+}
+
+void click(QWidget *window, const char *button)
+{
+    QTest::mouseClick(child<QPushButton>(window, button), Qt::LeftButton);
+}
+
+} // namespace uitest
