@@ -57,13 +57,6 @@ INSTANTIATE_TEST_SUITE_P(
         CaptionCase{0, nullptr}, CaptionCase{9, nullptr}, CaptionCase{10, nullptr},
         CaptionCase{12, nullptr}, CaptionCase{-1, nullptr}));
 
-TEST(GetStringCode1, IsThirteenBytesWithItsNul)
-{
-    const Buffer text(TavikPKIUIGetString(1));
-    ASSERT_NE(text, nullptr);
-    EXPECT_EQ(std::strlen(text.get()), 12u);
-}
-
 TEST(DisplayCRL, AlwaysReturnsZero)
 {
     int dummy = 0;
@@ -145,30 +138,15 @@ TEST_P(StorePassword, GivesCodeAndBuffer)
         EXPECT_EQ(bytes, std::string(static_cast<size_t>(c.bufferSize), '\0')) << "not wiped";
 }
 
+// The dialogs never hand over an absent text; these cases are reached only here.
 INSTANTIATE_TEST_SUITE_P(
     Conversions, StorePassword,
     ::testing::Values(
-        StoreCase{"abc", QStringLiteral("abc"), pkiui::AbsentPassword::NoPassword, 1, 4, "abc"},
-        StoreCase{"empty", QString(""), pkiui::AbsentPassword::NoPassword, -18, -1, nullptr},
-        StoreCase{"empty, absent converted", QString(""), pkiui::AbsentPassword::Convert, -18, -1,
-                  nullptr},
         StoreCase{"absent", std::nullopt, pkiui::AbsentPassword::NoPassword, -18, -1, nullptr},
         StoreCase{"absent, converted", std::nullopt, pkiui::AbsentPassword::Convert, 0, 1, nullptr},
-        StoreCase{"one Chinese character", QString(QChar(0x4E2D)), pkiui::AbsentPassword::Convert,
-                  0, 2, nullptr},
+        StoreCase{"empty, absent converted", QString(""), pkiui::AbsentPassword::Convert, -18, -1,
+                  nullptr},
         StoreCase{"ASCII then e acute", QStringLiteral("12") + QChar(0xE9),
                   pkiui::AbsentPassword::Convert, 0, 4, nullptr}));
-
-TEST(MessageFromUtf8, DefaultsForNullAndIsAbsentForBadBytes)
-{
-    EXPECT_EQ(pkiui::messageFromUtf8(nullptr), QString::fromUtf8("\xE6\xAD\xA3\xE5\x9C\xA8\xE4\xBD"
-                                                                 "\xBF\xE7\x94\xA8\xE7\xA7\x81\xE9"
-                                                                 "\x92\xA5"));
-    EXPECT_EQ(pkiui::messageFromUtf8("sign \xE4\xB8\xAD"), QStringLiteral("sign ") + QChar(0x4E2D));
-    EXPECT_EQ(pkiui::messageFromUtf8(""), QString(""));
-    EXPECT_FALSE(pkiui::messageFromUtf8("bad \xFF byte"));
-    EXPECT_FALSE(pkiui::messageFromUtf8("cut \xE4\xB8"));
-    EXPECT_FALSE(pkiui::messageFromUtf8("overlong \xC0\xAF"));
-}
 
 } // namespace

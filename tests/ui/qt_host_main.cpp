@@ -1,8 +1,7 @@
 // A host that uses Qt: its QApplication runs on the main thread while a worker
-// thread calls every blocking entry. Exits 0 when all answers came back.
+// thread calls a password entry and the viewer. Exits 0 when all answers came back.
 #include <QApplication>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QPushButton>
 #include <QThread>
 #include <QTimer>
@@ -35,8 +34,6 @@ void answer(QWidget *window)
     QTimer::singleShot(0, window, [window] {
         if (auto *field = window->findChild<QLineEdit *>(QStringLiteral("passwordField")))
             field->setText(QStringLiteral("1234"));
-        if (auto *list = window->findChild<QListWidget *>(QStringLiteral("certList")))
-            list->setCurrentRow(0);
         window->findChild<QPushButton *>(QStringLiteral("okButton"))->click();
     });
 }
@@ -48,23 +45,10 @@ void callEntries()
           "GetPassword from a worker");
     TavikPKICryptoFreeMemory(pwd);
 
-    const TavikPKIScriptedAnswer accept{1, 5};
-    TAVIK_PKI_DEVICE_HANDLE_st *rawDevice = nullptr;
-    TavikPKIDeviceOpenScripted(1, 5, &accept, 1, &rawDevice);
-    const tavik::DevicePtr device(rawDevice);
-    pwd = nullptr;
-    check(TavikPKIUIVerifyPassword(nullptr, device.get(), 1, nullptr, &pwd) == 1 && pwd &&
-              !std::strcmp(pwd, "1234"),
-          "VerifyPassword from a worker");
-    TavikPKICryptoFreeMemory(pwd);
-
     TAVIK_CERT_st *rawCert = nullptr;
     const std::string path = std::string(PKIUI_FIXTURES) + "/rsa-leaf.pem";
     check(TavikPKICertNewFromFile(path.c_str(), &rawCert) == 1, "fixture loads");
     const tavik::CertPtr cert(rawCert);
-    TAVIK_CERT_st *certs[] = {cert.get()};
-    const tavik::CertPtr chosen(TavikPKIUISelectCert(nullptr, nullptr, nullptr, certs, 1));
-    check(chosen != nullptr, "SelectCert from a worker");
     check(TavikPKIUIDisplayCert(nullptr, cert.get()) == 1, "DisplayCert from a worker");
 }
 
