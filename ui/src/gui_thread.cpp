@@ -36,15 +36,17 @@ class OwnGuiThread final {
 
     // The object to queue calls on: the host's QApplication, ours (started on
     // first use), or null when there can be none.
-    QObject *target(bool *own)
+    QObject *target(bool *own, bool *onGuiThread)
     {
         std::unique_lock lock(m_mutex);
         *own = false;
         if (m_state == State::NotStarted) {
             // Decided under the lock so that our own application, while it is
             // being built, is never mistaken for the host's.
-            if (QCoreApplication *core = QCoreApplication::instance())
+            if (QCoreApplication *core = QCoreApplication::instance()) {
+                *onGuiThread = QThread::currentThread() == core->thread();
                 return qobject_cast<QApplication *>(core);
+            }
             if (!displayConfigured())
                 return nullptr;
             m_state = State::Starting;
@@ -52,6 +54,9 @@ class OwnGuiThread final {
         }
         m_ready.wait(lock, [this] { return m_state != State::Starting; });
         *own = m_state == State::Running;
+        // Asked without Qt: QThread::currentThread() would make Qt adopt the
+        // host's thread, and that record is never released.
+        *onGuiThread = std::this_thread::get_id() == m_thread.get_id();
         return m_state == State::Running ? m_app : nullptr;
     }
 
@@ -117,10 +122,11 @@ void stopOwnGuiThread()
 bool runOnGuiThread(const std::function<void()> &task)
 {
     bool own = false;
-    QObject *target = OwnGuiThread::instance().target(&own);
+    bool onGuiThread = false;
+    QObject *target = OwnGuiThread::instance().target(&own, &onGuiThread);
     if (!target)
         return false;
-    if (QThread::currentThread() == target->thread())
+    if (onGuiThread)
         task();
     else
         QMetaObject::invokeMethod(target, task, Qt::BlockingQueuedConnection);
