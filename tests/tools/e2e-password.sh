@@ -8,7 +8,8 @@ trap 'rm -f "$out"' EXIT
 
 "$demo" password --message "e2e" >"$out" 2>&1 &
 pid=$!
-window=$(timeout 20 xdotool search --sync --name '密码输入对话框' | head -n 1)
+# By process, not by title: the title is Chinese and the locale may not be UTF-8.
+window=$(timeout 20 xdotool search --sync --onlyvisible --pid "$pid" | head -n 1)
 xdotool windowfocus --sync "$window"
 xdotool type --delay 30 abc
 # Focus moves from the field to "取消", then to "确定".
