@@ -1,7 +1,16 @@
-// Access to the certificates the build generates for the tests.
+// Access to the certificates the build generates for the tests, and the small
+// helpers the toolkit tests share.
 #pragma once
 
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+#include <cstdint>
+#include <ctime>
 #include <fstream>
+#include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -14,13 +23,41 @@ inline std::string fixturePath(const std::string &name)
     return std::string(PKIUI_FIXTURES) + "/" + name;
 }
 
-// Loads NAME.pem; null when it cannot be read.
+// Loads NAME.pem, or the file NAME when it has an extension ("rsa-leaf.der");
+// null when it cannot be read.
 inline tavik::CertPtr loadCert(const std::string &name)
 {
+    const std::string file = name.find('.') == std::string::npos ? name + ".pem" : name;
     TAVIK_CERT_st *cert = nullptr;
-    if (TavikPKICertNewFromFile(fixturePath(name + ".pem").c_str(), &cert) != 1)
+    if (TavikPKICertNewFromFile(fixturePath(file).c_str(), &cert) != 1)
         return nullptr;
     return tavik::CertPtr(cert);
+}
+
+// Owners of what a test makes with OpenSSL.
+using X509Ptr = std::unique_ptr<X509, tavik::Free<X509_free>>;
+using KeyPtr = std::unique_ptr<EVP_PKEY, tavik::Free<EVP_PKEY_free>>;
+
+// A certificate the test made with OpenSSL, as a toolkit handle.
+inline tavik::CertPtr handleOf(X509 *x)
+{
+    unsigned char *der = nullptr;
+    const int length = x ? i2d_X509(x, &der) : -1;
+    TAVIK_CERT_st *cert = nullptr;
+    if (length > 0)
+        TavikPKICertNewFromData(der, static_cast<size_t>(length), &cert);
+    OPENSSL_free(der);
+    return tavik::CertPtr(cert);
+}
+
+// A text attribute; nullopt when the toolkit refuses it.
+inline std::optional<std::string> textAttribute(TAVIK_CERT_st *cert, int code)
+{
+    char *text = nullptr;
+    if (TavikPKICertGetCertStringAttribute(cert, code, &text) != 1)
+        return std::nullopt;
+    const tavik::TextPtr owned(text);
+    return std::string(text);
 }
 
 // NAME.dates: the validity the fixture script gave the certificate.
@@ -36,5 +73,28 @@ inline Dates loadDates(const std::string &name)
     in >> d.notBefore >> d.notAfter;
     return d;
 }
+
+// YYYYMMDDHHMMSSZ to seconds since the epoch, and back.
+inline std::int64_t epochOf(const std::string &text)
+{
+    std::tm tm{};
+    return strptime(text.c_str(), "%Y%m%d%H%M%SZ", &tm) ? timegm(&tm) : -1;
+}
+
+inline std::string timeText(std::int64_t seconds)
+{
+    const auto clock = static_cast<std::time_t>(seconds);
+    std::tm tm{};
+    char text[32] = "";
+    if (gmtime_r(&clock, &tm))
+        std::strftime(text, sizeof text, "%Y%m%d%H%M%SZ", &tm);
+    return text;
+}
+
+// Pins the toolkit's clock; the real clock comes back however the test ends.
+struct PinnedClock {
+    ~PinnedClock() { tavik_debug_set_now(0); }
+    void at(std::int64_t seconds) const { tavik_debug_set_now(seconds); }
+};
 
 } // namespace pkiui::test
