@@ -1,0 +1,81 @@
+// The toolkit's certificate-structure objects and the internal constructors
+// that one family uses to hand out objects of another. Never installed.
+//
+// Every object owns copies of what it shows (never pointers into a
+// certificate), counts as one live object while it exists, and is made and
+// released only through newObject/freeObject.
+#pragma once
+
+#include <openssl/asn1.h>
+#include <openssl/x509.h>
+#include <openssl/x509v3.h>
+
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "internal.hpp"
+#include "values.hpp"
+
+namespace tavik::detail {
+
+template <class T, class... Args>
+T *newObject(Args &&...args) noexcept
+{
+    T *object = nullptr;
+    try {
+        object = new (std::nothrow) T{std::forward<Args>(args)...};
+    } catch (...) {
+        return nullptr;
+    }
+    if (object)
+        liveAdd();
+    return object;
+}
+
+template <class T>
+void freeObject(T *object) noexcept
+{
+    if (!object)
+        return;
+    delete object;
+    liveRemove();
+}
+
+template <class T, void (*F)(T *)>
+using OsslPtr = std::unique_ptr<T, OsslFree<T, F>>;
+
+using AlgorPtr = OsslPtr<X509_ALGOR, X509_ALGOR_free>;
+using NamePtr = OsslPtr<X509_NAME, X509_NAME_free>;
+using NameEntryPtr = OsslPtr<X509_NAME_ENTRY, X509_NAME_ENTRY_free>;
+using GeneralNamePtr = OsslPtr<GENERAL_NAME, GENERAL_NAME_free>;
+using GeneralNamesPtr = OsslPtr<GENERAL_NAMES, GENERAL_NAMES_free>;
+
+// ---- Strings (ustring.cpp) ----
+
+
+// A new string from code points; null on failure.
+tavik_ustring *newUString(std::u32string text) noexcept;
+// The text of any ASN.1 string type (UTF8, BMP, Universal, Printable, IA5,
+// Visible, Numeric, Teletex read as Latin-1); null for other types or
+// malformed content.
+tavik_ustring *newUString(const ASN1_STRING *string) noexcept;
+
+// ---- Names (names.cpp) ----
+
+tavik_cert_dn *newDn(const X509_NAME *name) noexcept;
+// One RDN: the entries of one SET (copied, in stored order).
+tavik_cert_rdn *newRdn(const STACK_OF(X509_NAME_ENTRY) * entries) noexcept;
+// inSubtree: the name is the base of a name-constraint subtree, where an IP
+// address carries its mask.
+tavik_cert_generalname *newGeneralName(const GENERAL_NAME *name, bool inSubtree = false) noexcept;
+tavik_cert_generalnames *newGeneralNames(const GENERAL_NAMES *names) noexcept;
+tavik_cert_generalsubtrees *newGeneralSubtrees(const STACK_OF(GENERAL_SUBTREE) * subtrees) noexcept;
+
+// ---- Certificate fields (fields.cpp) ----
+
+tavik_cert_algorithmid *newAlgorithmId(const X509_ALGOR *alg) noexcept;
+
+} // namespace tavik::detail
