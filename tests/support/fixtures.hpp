@@ -7,6 +7,7 @@
 #include <openssl/x509.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <memory>
@@ -96,5 +97,21 @@ struct PinnedClock {
     ~PinnedClock() { tavik_debug_set_now(0); }
     void at(std::int64_t seconds) const { tavik_debug_set_now(seconds); }
 };
+
+// What the openssl command prints for the arguments (a shell command line),
+// the reference the toolkit's readings are compared with.
+inline std::string openssl(const std::string &arguments)
+{
+    std::string out;
+    std::unique_ptr<FILE, int (*)(FILE *)> pipe(popen(("openssl " + arguments).c_str(), "r"),
+                                                pclose);
+    if (!pipe)
+        return out;
+    char buffer[4096];
+    std::size_t n = 0;
+    while ((n = std::fread(buffer, 1, sizeof buffer, pipe.get())) > 0)
+        out.append(buffer, n);
+    return out;
+}
 
 } // namespace pkiui::test
