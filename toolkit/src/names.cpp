@@ -1,0 +1,613 @@
+// Names: distinguished names, their RDNs and attributes, general names and
+// name-constraint subtrees. Every object holds its own copy of the OpenSSL
+// structure it was made from.
+#include <openssl/asn1.h>
+#include <openssl/objects.h>
+#include <openssl/x509.h>
+#include <openssl/x509v3.h>
+
+#include <array>
+#include <climits>
+#include <cstddef>
+#include <cstdio>
+#include <new>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "internal.hpp"
+#include "objects.hpp"
+#include "values.hpp"
+
+namespace {
+
+using tavik::detail::GeneralNamePtr;
+using tavik::detail::NameEntryPtr;
+using tavik::detail::NamePtr;
+using tavik::detail::OsslPtr;
+using IntegerPtr = OsslPtr<ASN1_INTEGER, ASN1_INTEGER_free>;
+using ObjectPtr = OsslPtr<ASN1_OBJECT, ASN1_OBJECT_free>;
+using StringPtr = OsslPtr<ASN1_STRING, ASN1_STRING_free>;
+
+} // namespace
+
+struct tavik_cert_dn_st {
+    NamePtr name;
+    // Index of the first entry of each RDN, then the entry count.
+    std::vector<int> rdnStarts;
+};
+
+struct tavik_cert_rdn_st {
+    std::vector<NameEntryPtr> entries;
+};
+
+struct tavik_cert_attrtypeandvalue_st {
+    NameEntryPtr entry;
+};
+
+struct tavik_cert_generalname_st {
+    GeneralNamePtr name;
+    bool inSubtree;
+};
+
+struct tavik_cert_generalnames_st {
+    std::vector<GeneralNamePtr> names;
+};
+
+struct tavik_cert_othername_st {
+    ObjectPtr type;
+    std::vector<unsigned char> value;
+};
+
+struct tavik_cert_ediparyname_st {
+    StringPtr nameAssigner; // null when absent
+    StringPtr partyName;
+};
+
+struct tavik_cert_generalsubtree_st {
+    GeneralNamePtr base;
+    IntegerPtr minimum; // null when absent
+    IntegerPtr maximum; // null when absent
+};
+
+struct tavik_cert_generalsubtrees_st {
+    std::vector<tavik_cert_generalsubtree_st> subtrees;
+};
+
+namespace {
+
+using tavik::detail::newObject;
+
+// Dotted text in the toolkit heap, numeric form even for known OIDs.
+char *oidText(const ASN1_OBJECT *obj) noexcept
+{
+    if (!obj)
+        return nullptr;
+    const int needed = OBJ_obj2txt(nullptr, 0, obj, 1);
+    if (needed <= 0)
+        return nullptr;
+    try {
+        std::string text(static_cast<std::size_t>(needed) + 1, '\0');
+        if (OBJ_obj2txt(text.data(), needed + 1, obj, 1) != needed)
+            return nullptr;
+        return tavik::detail::dupText(text.data(), static_cast<std::size_t>(needed));
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+template <class T>
+std::optional<std::vector<unsigned char>> der(int (*encode)(const T *, unsigned char **),
+                                              const T *value)
+{
+    if (!value)
+        return std::nullopt;
+    const int length = encode(value, nullptr);
+    if (length <= 0)
+        return std::nullopt;
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(length));
+    unsigned char *p = bytes.data();
+    if (encode(value, &p) != length)
+        return std::nullopt;
+    return bytes;
+}
+
+template <class T>
+tavik_data_blob *derBlob(int (*encode)(const T *, unsigned char **), const T *value) noexcept
+{
+    try {
+        const auto bytes = der(encode, value);
+        return bytes ? tavik_data_blob_new(bytes->data(), bytes->size()) : nullptr;
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+tavik_cert_rdn *newRdnOf(const std::vector<const X509_NAME_ENTRY *> &entries) noexcept
+{
+    try {
+        std::vector<NameEntryPtr> copies;
+        copies.reserve(entries.size());
+        for (const X509_NAME_ENTRY *entry : entries) {
+            copies.emplace_back(X509_NAME_ENTRY_dup(entry));
+            if (!copies.back())
+                return nullptr;
+        }
+        return newObject<tavik_cert_rdn_st>(std::move(copies));
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+// IPv6 text after RFC 5952: lower-case groups without leading zeros, the
+// longest run of two or more zero groups (the first of equal runs) as "::".
+std::string ipv6Text(const unsigned char *bytes)
+{
+    std::array<unsigned, 8> groups{};
+    for (std::size_t i = 0; i < groups.size(); ++i)
+        groups[i] = static_cast<unsigned>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
+    std::size_t runStart = groups.size();
+    std::size_t runLength = 1;
+    for (std::size_t i = 0; i < groups.size();) {
+        std::size_t end = i;
+        while (end < groups.size() && groups[end] == 0)
+            ++end;
+        if (end - i > runLength) {
+            runStart = i;
+            runLength = end - i;
+        }
+        i = end > i ? end : i + 1;
+    }
+    std::string text;
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+        if (i == runStart) {
+            text += "::";
+            i += runLength - 1;
+            continue;
+        }
+        if (!text.empty() && text.back() != ':')
+            text += ':';
+        char group[8];
+        std::snprintf(group, sizeof group, "%x", groups[i]);
+        text += group;
+    }
+    return text;
+}
+
+std::string ipv4Text(const unsigned char *bytes)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "%u.%u.%u.%u", bytes[0], bytes[1], bytes[2], bytes[3]);
+    return text;
+}
+
+// iPAddress OCTET STRING: 4 or 16 bytes of address; in a name-constraint
+// subtree (RFC 5280 4.2.1.10) the address followed by a mask of equal length.
+struct IpForm {
+    int length;
+    bool inSubtree;
+    std::size_t addressLength;
+};
+
+constexpr std::array<IpForm, 4> kIpForms{{
+    {4, false, 4},
+    {16, false, 16},
+    {8, true, 4},
+    {32, true, 16},
+}};
+
+std::optional<std::string> ipText(const ASN1_OCTET_STRING *address, bool inSubtree)
+{
+    const int length = ASN1_STRING_length(address);
+    const unsigned char *bytes = ASN1_STRING_get0_data(address);
+    for (const auto &form : kIpForms) {
+        if (form.length != length || form.inSubtree != inSubtree || !bytes)
+            continue;
+        const auto text = form.addressLength == 4 ? ipv4Text : ipv6Text;
+        if (!inSubtree)
+            return text(bytes);
+        return text(bytes) + "/" + text(bytes + form.addressLength);
+    }
+    return std::nullopt;
+}
+
+const GENERAL_NAME *choice(const tavik_cert_generalname *name, int type)
+{
+    return name && name->name && name->name->type == type ? name->name.get() : nullptr;
+}
+
+tavik_ustring *ia5Choice(const tavik_cert_generalname *name, int type)
+{
+    const GENERAL_NAME *gn = choice(name, type);
+    return gn ? tavik::detail::newUString(gn->d.ia5) : nullptr;
+}
+
+} // namespace
+
+namespace tavik::detail {
+
+// Name ::= SEQUENCE OF RelativeDistinguishedName
+// RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
+// OpenSSL keeps the entries flat, each with the index of its SET.
+tavik_cert_dn *newDn(const X509_NAME *name) noexcept
+{
+    if (!name)
+        return nullptr;
+    try {
+        NamePtr copy(X509_NAME_dup(name));
+        if (!copy)
+            return nullptr;
+        std::vector<int> starts;
+        const int count = X509_NAME_entry_count(copy.get());
+        int previousSet = -1;
+        for (int i = 0; i < count; ++i) {
+            const int set = X509_NAME_ENTRY_set(X509_NAME_get_entry(copy.get(), i));
+            if (i == 0 || set != previousSet)
+                starts.push_back(i);
+            previousSet = set;
+        }
+        starts.push_back(count);
+        return newObject<tavik_cert_dn_st>(std::move(copy), std::move(starts));
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+tavik_cert_rdn *newRdn(const STACK_OF(X509_NAME_ENTRY) * entries) noexcept
+{
+    if (!entries)
+        return nullptr;
+    try {
+        std::vector<const X509_NAME_ENTRY *> list;
+        for (int i = 0; i < sk_X509_NAME_ENTRY_num(entries); ++i)
+            list.push_back(sk_X509_NAME_ENTRY_value(entries, i));
+        return newRdnOf(list);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+tavik_cert_generalname *newGeneralName(const GENERAL_NAME *name, bool inSubtree) noexcept
+{
+    if (!name)
+        return nullptr;
+    GeneralNamePtr copy(GENERAL_NAME_dup(name));
+    return copy ? newObject<tavik_cert_generalname_st>(std::move(copy), inSubtree) : nullptr;
+}
+
+// GeneralNames ::= SEQUENCE SIZE (1..MAX) OF GeneralName
+tavik_cert_generalnames *newGeneralNames(const GENERAL_NAMES *names) noexcept
+{
+    if (!names)
+        return nullptr;
+    try {
+        std::vector<GeneralNamePtr> copies;
+        for (int i = 0; i < sk_GENERAL_NAME_num(names); ++i) {
+            copies.emplace_back(GENERAL_NAME_dup(sk_GENERAL_NAME_value(names, i)));
+            if (!copies.back())
+                return nullptr;
+        }
+        return newObject<tavik_cert_generalnames_st>(std::move(copies));
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+// GeneralSubtree ::= SEQUENCE {
+//     base GeneralName, minimum [0] BaseDistance DEFAULT 0,
+//     maximum [1] BaseDistance OPTIONAL }
+tavik_cert_generalsubtrees *newGeneralSubtrees(const STACK_OF(GENERAL_SUBTREE) * subtrees) noexcept
+{
+    if (!subtrees)
+        return nullptr;
+    try {
+        std::vector<tavik_cert_generalsubtree_st> copies;
+        for (int i = 0; i < sk_GENERAL_SUBTREE_num(subtrees); ++i) {
+            const GENERAL_SUBTREE *subtree = sk_GENERAL_SUBTREE_value(subtrees, i);
+            if (!subtree || !subtree->base)
+                return nullptr;
+            tavik_cert_generalsubtree_st copy{GeneralNamePtr(GENERAL_NAME_dup(subtree->base)),
+                                              nullptr, nullptr};
+            if (!copy.base)
+                return nullptr;
+            if (subtree->minimum) {
+                copy.minimum.reset(ASN1_INTEGER_dup(subtree->minimum));
+                if (!copy.minimum)
+                    return nullptr;
+            }
+            if (subtree->maximum) {
+                copy.maximum.reset(ASN1_INTEGER_dup(subtree->maximum));
+                if (!copy.maximum)
+                    return nullptr;
+            }
+            copies.push_back(std::move(copy));
+        }
+        return newObject<tavik_cert_generalsubtrees_st>(std::move(copies));
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+} // namespace tavik::detail
+
+extern "C" {
+
+using tavik::detail::freeObject;
+
+// ---- Distinguished names ----
+
+void tavik_cert_dn_free(tavik_cert_dn *dn)
+{
+    freeObject(dn);
+}
+
+int tavik_cert_dn_getitemcount(const tavik_cert_dn *dn)
+{
+    return dn ? static_cast<int>(dn->rdnStarts.size()) - 1 : -1;
+}
+
+tavik_cert_rdn *tavik_cert_dn_getitem(const tavik_cert_dn *dn, int index)
+{
+    if (!dn || index < 0 || index >= tavik_cert_dn_getitemcount(dn))
+        return nullptr;
+    try {
+        const auto at = static_cast<std::size_t>(index);
+        std::vector<const X509_NAME_ENTRY *> entries;
+        for (int i = dn->rdnStarts[at]; i < dn->rdnStarts[at + 1]; ++i)
+            entries.push_back(X509_NAME_get_entry(dn->name.get(), i));
+        return newRdnOf(entries);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+void tavik_cert_rdn_free(tavik_cert_rdn *rdn)
+{
+    freeObject(rdn);
+}
+
+int tavik_cert_rdn_getitemcount(const tavik_cert_rdn *rdn)
+{
+    return rdn ? static_cast<int>(rdn->entries.size()) : -1;
+}
+
+tavik_cert_attrtypeandvalue *tavik_cert_rdn_getitem(const tavik_cert_rdn *rdn, int index)
+{
+    if (!rdn || index < 0 || index >= tavik_cert_rdn_getitemcount(rdn))
+        return nullptr;
+    NameEntryPtr copy(X509_NAME_ENTRY_dup(rdn->entries[static_cast<std::size_t>(index)].get()));
+    return copy ? tavik::detail::newObject<tavik_cert_attrtypeandvalue_st>(std::move(copy))
+                : nullptr;
+}
+
+void tavik_cert_attrtypeandvalue_free(tavik_cert_attrtypeandvalue *atv)
+{
+    freeObject(atv);
+}
+
+// AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
+char *tavik_cert_attrtypeandvalue_gettype(const tavik_cert_attrtypeandvalue *atv)
+{
+    return atv ? oidText(X509_NAME_ENTRY_get_object(atv->entry.get())) : nullptr;
+}
+
+tavik_ustring *tavik_cert_attrtypeandvalue_getstring(const tavik_cert_attrtypeandvalue *atv)
+{
+    return atv ? tavik::detail::newUString(X509_NAME_ENTRY_get_data(atv->entry.get())) : nullptr;
+}
+
+tavik_data_blob *tavik_cert_attrtypeandvalue_getvalencode(const tavik_cert_attrtypeandvalue *atv)
+{
+    if (!atv)
+        return nullptr;
+    ASN1_STRING *value = X509_NAME_ENTRY_get_data(atv->entry.get());
+    if (!value)
+        return nullptr;
+    // OpenSSL keeps any value as a string of its tag (a SEQUENCE as its whole
+    // encoding); the two types that are not strings cannot come from a decode.
+    const int type = ASN1_STRING_type(value) & ~V_ASN1_NEG;
+    if (type == V_ASN1_BOOLEAN || type == V_ASN1_OBJECT)
+        return nullptr;
+    ASN1_TYPE any{};
+    any.type = type;
+    any.value.asn1_string = value;
+    return derBlob(i2d_ASN1_TYPE, static_cast<const ASN1_TYPE *>(&any));
+}
+
+// ---- General names ----
+
+void tavik_cert_generalnames_free(tavik_cert_generalnames *names)
+{
+    freeObject(names);
+}
+
+int tavik_cert_generalnames_getitemcount(const tavik_cert_generalnames *names)
+{
+    return names ? static_cast<int>(names->names.size()) : -1;
+}
+
+tavik_cert_generalname *tavik_cert_generalnames_getitem(const tavik_cert_generalnames *names,
+                                                        int index)
+{
+    if (!names || index < 0 || index >= tavik_cert_generalnames_getitemcount(names))
+        return nullptr;
+    return tavik::detail::newGeneralName(names->names[static_cast<std::size_t>(index)].get());
+}
+
+void tavik_cert_generalname_free(tavik_cert_generalname *name)
+{
+    freeObject(name);
+}
+
+// GeneralName ::= CHOICE { otherName [0], rfc822Name [1], dNSName [2],
+//     x400Address [3], directoryName [4], ediPartyName [5],
+//     uniformResourceIdentifier [6], iPAddress [7], registeredID [8] }
+// OpenSSL's GEN_* numbers are the choice tags, as are TAVIK_GN_*.
+int tavik_cert_generalname_gettype(const tavik_cert_generalname *name)
+{
+    if (!name || !name->name)
+        return -1;
+    const int type = name->name->type;
+    return type >= TAVIK_GN_OTHERNAME && type <= TAVIK_GN_REGID ? type : -1;
+}
+
+tavik_ustring *tavik_cert_generalname_getrfc822name(const tavik_cert_generalname *name)
+{
+    return ia5Choice(name, GEN_EMAIL);
+}
+
+tavik_ustring *tavik_cert_generalname_getdnsname(const tavik_cert_generalname *name)
+{
+    return ia5Choice(name, GEN_DNS);
+}
+
+tavik_ustring *tavik_cert_generalname_geturi(const tavik_cert_generalname *name)
+{
+    return ia5Choice(name, GEN_URI);
+}
+
+tavik_cert_dn *tavik_cert_generalname_getdirname(const tavik_cert_generalname *name)
+{
+    const GENERAL_NAME *gn = choice(name, GEN_DIRNAME);
+    return gn ? tavik::detail::newDn(gn->d.directoryName) : nullptr;
+}
+
+char *tavik_cert_generalname_getip(const tavik_cert_generalname *name)
+{
+    const GENERAL_NAME *gn = choice(name, GEN_IPADD);
+    if (!gn)
+        return nullptr;
+    try {
+        const auto text = ipText(gn->d.iPAddress, name->inSubtree);
+        return text ? tavik::detail::dupText(text->data(), text->size()) : nullptr;
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+char *tavik_cert_generalname_getregid(const tavik_cert_generalname *name)
+{
+    const GENERAL_NAME *gn = choice(name, GEN_RID);
+    return gn ? oidText(gn->d.registeredID) : nullptr;
+}
+
+// OtherName ::= SEQUENCE { type-id OBJECT IDENTIFIER,
+//                          value [0] EXPLICIT ANY DEFINED BY type-id }
+tavik_cert_othername *tavik_cert_generalname_getothername(const tavik_cert_generalname *name)
+{
+    const GENERAL_NAME *gn = choice(name, GEN_OTHERNAME);
+    if (!gn || !gn->d.otherName || !gn->d.otherName->type_id)
+        return nullptr;
+    try {
+        auto value = der(i2d_ASN1_TYPE, static_cast<const ASN1_TYPE *>(gn->d.otherName->value));
+        ObjectPtr type(OBJ_dup(gn->d.otherName->type_id));
+        if (!value || !type)
+            return nullptr;
+        return tavik::detail::newObject<tavik_cert_othername_st>(std::move(type),
+                                                                 std::move(*value));
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+void tavik_cert_othername_free(tavik_cert_othername *other)
+{
+    freeObject(other);
+}
+
+char *tavik_cert_othername_gettype(const tavik_cert_othername *other)
+{
+    return other ? oidText(other->type.get()) : nullptr;
+}
+
+tavik_data_blob *tavik_cert_othername_getvalue(const tavik_cert_othername *other)
+{
+    return other ? tavik_data_blob_new(other->value.data(), other->value.size()) : nullptr;
+}
+
+// EDIPartyName ::= SEQUENCE { nameAssigner [0] DirectoryString OPTIONAL,
+//                             partyName    [1] DirectoryString }
+tavik_cert_ediparyname *tavik_cert_generalname_getediname(const tavik_cert_generalname *name)
+{
+    const GENERAL_NAME *gn = choice(name, GEN_EDIPARTY);
+    if (!gn || !gn->d.ediPartyName || !gn->d.ediPartyName->partyName)
+        return nullptr;
+    const EDIPARTYNAME *edi = gn->d.ediPartyName;
+    StringPtr assigner(edi->nameAssigner ? ASN1_STRING_dup(edi->nameAssigner) : nullptr);
+    StringPtr party(ASN1_STRING_dup(edi->partyName));
+    if (!party || (edi->nameAssigner && !assigner))
+        return nullptr;
+    return tavik::detail::newObject<tavik_cert_ediparyname_st>(std::move(assigner),
+                                                               std::move(party));
+}
+
+void tavik_cert_ediparyname_free(tavik_cert_ediparyname *edi)
+{
+    freeObject(edi);
+}
+
+tavik_ustring *tavik_cert_ediparyname_getnameassigner(const tavik_cert_ediparyname *edi)
+{
+    return edi ? tavik::detail::newUString(edi->nameAssigner.get()) : nullptr;
+}
+
+tavik_ustring *tavik_cert_ediparyname_getpartyname(const tavik_cert_ediparyname *edi)
+{
+    return edi ? tavik::detail::newUString(edi->partyName.get()) : nullptr;
+}
+
+tavik_data_blob *tavik_cert_generalname_getencode(const tavik_cert_generalname *name)
+{
+    return name ? derBlob(i2d_GENERAL_NAME, static_cast<const GENERAL_NAME *>(name->name.get()))
+                : nullptr;
+}
+
+// ---- Name-constraint subtrees ----
+
+void tavik_cert_generalsubtrees_free(tavik_cert_generalsubtrees *subtrees)
+{
+    freeObject(subtrees);
+}
+
+int tavik_cert_generalsubtrees_getitemcount(const tavik_cert_generalsubtrees *subtrees)
+{
+    return subtrees ? static_cast<int>(subtrees->subtrees.size()) : -1;
+}
+
+tavik_cert_generalsubtree *
+tavik_cert_generalsubtrees_getitem(const tavik_cert_generalsubtrees *subtrees, int index)
+{
+    if (!subtrees || index < 0 || index >= tavik_cert_generalsubtrees_getitemcount(subtrees))
+        return nullptr;
+    const auto &from = subtrees->subtrees[static_cast<std::size_t>(index)];
+    tavik_cert_generalsubtree_st copy{
+        GeneralNamePtr(GENERAL_NAME_dup(from.base.get())),
+        IntegerPtr(from.minimum ? ASN1_INTEGER_dup(from.minimum.get()) : nullptr),
+        IntegerPtr(from.maximum ? ASN1_INTEGER_dup(from.maximum.get()) : nullptr)};
+    if (!copy.base || (from.minimum && !copy.minimum) || (from.maximum && !copy.maximum))
+        return nullptr;
+    return tavik::detail::newObject<tavik_cert_generalsubtree_st>(std::move(copy));
+}
+
+void tavik_cert_generalsubtree_free(tavik_cert_generalsubtree *subtree)
+{
+    freeObject(subtree);
+}
+
+tavik_cert_generalname *tavik_cert_generalsubtree_getbase(const tavik_cert_generalsubtree *subtree)
+{
+    return subtree ? tavik::detail::newGeneralName(subtree->base.get(), true) : nullptr;
+}
+
+tavik_biginteger *tavik_cert_generalsubtree_getmin(const tavik_cert_generalsubtree *subtree)
+{
+    return subtree && subtree->minimum ? tavik::detail::newBigInt(subtree->minimum.get()) : nullptr;
+}
+
+tavik_biginteger *tavik_cert_generalsubtree_getmax(const tavik_cert_generalsubtree *subtree)
+{
+    return subtree && subtree->maximum ? tavik::detail::newBigInt(subtree->maximum.get()) : nullptr;
+}
+
+} // extern "C"
