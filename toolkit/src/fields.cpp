@@ -1,0 +1,366 @@
+// Certificate fields: version, serial number, algorithm identifiers, issuer
+// and subject, the signature value, unique identifiers, the encoding and the
+// digests the viewer shows as thumbprints.
+#include <openssl/asn1.h>
+#include <openssl/bn.h>
+#include <openssl/evp.h>
+#include <openssl/objects.h>
+#include <openssl/x509.h>
+
+#include <climits>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "der.hpp"
+#include "internal.hpp"
+#include "objects.hpp"
+#include "values.hpp"
+
+namespace {
+
+using tavik::detail::freeObject;
+using tavik::detail::newObject;
+using tavik::detail::OsslPtr;
+namespace der = tavik::detail::der;
+using BnPtr = OsslPtr<BIGNUM, BN_free>;
+
+constexpr std::string_view kOidDsa = "1.2.840.10040.4.1";
+
+// Dotted text of an OID; nullopt when OpenSSL cannot write it.
+std::optional<std::string> dottedOid(const ASN1_OBJECT *oid)
+{
+    const int length = oid ? OBJ_obj2txt(nullptr, 0, oid, 1) : 0;
+    if (length <= 0)
+        return std::nullopt;
+    std::vector<char> text(static_cast<std::size_t>(length) + 1);
+    if (OBJ_obj2txt(text.data(), length + 1, oid, 1) != length)
+        return std::nullopt;
+    return std::string(text.data(), static_cast<std::size_t>(length));
+}
+
+tavik_data_blob *blobOf(const ASN1_STRING *string) noexcept
+{
+    if (!string)
+        return nullptr;
+    const int length = ASN1_STRING_length(string);
+    if (length < 0)
+        return nullptr;
+    return tavik_data_blob_new(ASN1_STRING_get0_data(string), static_cast<std::size_t>(length));
+}
+
+// A magnitude copied into tavik_malloc memory.
+struct TavikFree {
+    void operator()(unsigned char *p) const noexcept { tavik_free(p); }
+};
+using TavikBytes = std::unique_ptr<unsigned char, TavikFree>;
+
+TavikBytes copyOut(der::Bytes bytes) noexcept
+{
+    TavikBytes out(static_cast<unsigned char *>(tavik_malloc(bytes.size(), __FILE__, __LINE__)));
+    if (out)
+        std::memcpy(out.get(), bytes.data(), bytes.size());
+    return out;
+}
+
+int digest(const EVP_MD *md, const unsigned char *data, size_t length, unsigned char *out,
+           size_t *outlength) noexcept
+{
+    if ((!data && length) || !out || !outlength || length > static_cast<size_t>(INT_MAX))
+        return TAVIK_ERR_ARGUMENT;
+    const int size = md ? EVP_MD_get_size(md) : -1;
+    if (size <= 0)
+        return TAVIK_ERR_VERIFY;
+    if (*outlength < static_cast<size_t>(size))
+        return TAVIK_ERR_ARGUMENT;
+    const unsigned char empty = 0;
+    unsigned int written = 0;
+    if (EVP_Digest(data ? data : &empty, length, out, &written, md, nullptr) != 1)
+        return TAVIK_ERR_VERIFY;
+    *outlength = written;
+    return 1;
+}
+
+X509 *x509Of(TAVIK_CERT_st *cert) noexcept
+{
+    return cert ? cert->x509 : nullptr;
+}
+
+} // namespace
+
+struct tavik_cert_algorithmid_st {
+    std::string oid;
+    bool hasParams;
+    bool nullParam;
+    std::vector<unsigned char> params; // DER, when present
+};
+
+struct tavik_cert_dssparams_st {
+    BnPtr p;
+    BnPtr q;
+    BnPtr g;
+};
+
+namespace tavik::detail {
+
+//   AlgorithmIdentifier ::= SEQUENCE {
+//       algorithm OBJECT IDENTIFIER, parameters ANY DEFINED BY algorithm OPTIONAL }
+tavik_cert_algorithmid *newAlgorithmId(const X509_ALGOR *alg) noexcept
+{
+    if (!alg)
+        return nullptr;
+    try {
+        auto oid = dottedOid(alg->algorithm);
+        if (!oid)
+            return nullptr;
+        const ASN1_TYPE *param = alg->parameter;
+        std::vector<unsigned char> params;
+        if (param) {
+            auto encoded = der::encode(param, i2d_ASN1_TYPE);
+            if (!encoded)
+                return nullptr;
+            params = std::move(*encoded);
+        }
+        return newObject<tavik_cert_algorithmid_st>(std::move(*oid), param != nullptr,
+                                                    param && param->type == V_ASN1_NULL,
+                                                    std::move(params));
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+} // namespace tavik::detail
+
+extern "C" {
+
+//   version [0] EXPLICIT Version DEFAULT v1,  Version ::= INTEGER { v1(0), v2(1), v3(2) }
+int tavik_cert_getversion(TAVIK_CERT_st *cert)
+{
+    X509 *x509 = x509Of(cert);
+    if (!x509)
+        return -1;
+    const long version = X509_get_version(x509);
+    return version >= 0 && version <= INT_MAX ? static_cast<int>(version) : -1;
+}
+
+//   signatureAlgorithm AlgorithmIdentifier (the outer one, after tbsCertificate)
+tavik_cert_algorithmid *tavik_cert_getsignalgorithm(TAVIK_CERT_st *cert)
+{
+    X509 *x509 = x509Of(cert);
+    if (!x509)
+        return nullptr;
+    const X509_ALGOR *alg = nullptr;
+    X509_get0_signature(nullptr, &alg, x509);
+    return tavik::detail::newAlgorithmId(alg);
+}
+
+//   SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, ... }
+tavik_cert_algorithmid *tavik_cert_getpubkeyalgorithm(TAVIK_CERT_st *cert)
+{
+    X509 *x509 = x509Of(cert);
+    const X509_PUBKEY *spki = x509 ? X509_get_X509_PUBKEY(x509) : nullptr;
+    X509_ALGOR *alg = nullptr;
+    if (!spki || X509_PUBKEY_get0_param(nullptr, nullptr, nullptr, &alg, spki) != 1)
+        return nullptr;
+    return tavik::detail::newAlgorithmId(alg);
+}
+
+void tavik_cert_algorithmid_free(tavik_cert_algorithmid *alg)
+{
+    freeObject(alg);
+}
+
+char *tavik_cert_algorithmid_getoid(const tavik_cert_algorithmid *alg)
+{
+    return alg ? tavik::detail::dupText(alg->oid.data(), alg->oid.size()) : nullptr;
+}
+
+int tavik_cert_algorithmid_hasparams(const tavik_cert_algorithmid *alg)
+{
+    return alg && alg->hasParams ? 1 : 0;
+}
+
+int tavik_cert_algorithmid_hasnullparam(const tavik_cert_algorithmid *alg)
+{
+    return alg && alg->nullParam ? 1 : 0;
+}
+
+tavik_data_blob *tavik_cert_algorithmid_getparamsencode(const tavik_cert_algorithmid *alg)
+{
+    if (!alg || !alg->hasParams)
+        return nullptr;
+    return tavik_data_blob_new(alg->params.data(), alg->params.size());
+}
+
+//   Dss-Parms ::= SEQUENCE { p INTEGER, q INTEGER, g INTEGER }
+// (the parameters of id-dsa; each a positive integer).
+tavik_cert_dssparams *tavik_cert_algorithmid_getdssparams(const tavik_cert_algorithmid *alg)
+{
+    if (!alg || alg->oid != kOidDsa || !alg->hasParams)
+        return nullptr;
+    const auto values = der::readUnsignedSequence<3>(alg->params);
+    if (!values)
+        return nullptr;
+    auto toBn = [](der::Bytes magnitude) {
+        return BnPtr(BN_bin2bn(magnitude.data(), static_cast<int>(magnitude.size()), nullptr));
+    };
+    BnPtr p = toBn((*values)[0]);
+    BnPtr q = toBn((*values)[1]);
+    BnPtr g = toBn((*values)[2]);
+    if (!p || !q || !g)
+        return nullptr;
+    return newObject<tavik_cert_dssparams_st>(std::move(p), std::move(q), std::move(g));
+}
+
+void tavik_cert_dssparams_free(tavik_cert_dssparams *params)
+{
+    freeObject(params);
+}
+
+tavik_biginteger *tavik_cert_dssparams_getp(const tavik_cert_dssparams *params)
+{
+    return params ? tavik::detail::newBigInt(params->p.get()) : nullptr;
+}
+
+tavik_biginteger *tavik_cert_dssparams_getq(const tavik_cert_dssparams *params)
+{
+    return params ? tavik::detail::newBigInt(params->q.get()) : nullptr;
+}
+
+tavik_biginteger *tavik_cert_dssparams_getg(const tavik_cert_dssparams *params)
+{
+    return params ? tavik::detail::newBigInt(params->g.get()) : nullptr;
+}
+
+//   issuer Name, subject Name
+tavik_cert_dn *tavik_cert_getissuer(TAVIK_CERT_st *cert)
+{
+    X509 *x509 = x509Of(cert);
+    return x509 ? tavik::detail::newDn(X509_get_issuer_name(x509)) : nullptr;
+}
+
+tavik_cert_dn *tavik_cert_getsubject(TAVIK_CERT_st *cert)
+{
+    X509 *x509 = x509Of(cert);
+    return x509 ? tavik::detail::newDn(X509_get_subject_name(x509)) : nullptr;
+}
+
+//   signatureValue BIT STRING
+tavik_data_blob *tavik_cert_getsignvalue(TAVIK_CERT_st *cert)
+{
+    X509 *x509 = x509Of(cert);
+    if (!x509)
+        return nullptr;
+    const ASN1_BIT_STRING *signature = nullptr;
+    X509_get0_signature(&signature, nullptr, x509);
+    return blobOf(signature);
+}
+
+//   Dss-Sig-Value / ECDSA-Sig-Value / SM2Signature ::= SEQUENCE { r INTEGER, s INTEGER }
+int TavikPKICryptoDecodeECCSignature(const unsigned char *signature, int length, unsigned char **r,
+                                     int *rlength, unsigned char **s, int *slength)
+{
+    if (!signature || length <= 0 || !r || !rlength || !s || !slength)
+        return TAVIK_ERR_ARGUMENT;
+    const auto values =
+        der::readUnsignedSequence<2>(der::Bytes(signature, static_cast<std::size_t>(length)));
+    if (!values)
+        return TAVIK_ERR_ARGUMENT;
+    const auto &[rBytes, sBytes] = *values;
+    TavikBytes rOut = copyOut(rBytes);
+    TavikBytes sOut = copyOut(sBytes);
+    if (!rOut || !sOut)
+        return TAVIK_ERR_MEMORY;
+    // Both magnitudes lie within length, so they fit in an int.
+    *rlength = static_cast<int>(rBytes.size());
+    *slength = static_cast<int>(sBytes.size());
+    *r = rOut.release();
+    *s = sOut.release();
+    return 1;
+}
+
+//   issuerUniqueID [1] IMPLICIT UniqueIdentifier OPTIONAL,
+//   subjectUniqueID [2] IMPLICIT UniqueIdentifier OPTIONAL,  UniqueIdentifier ::= BIT STRING
+int tavik_cert_hasissueruid(TAVIK_CERT_st *cert)
+{
+    X509 *x509 = x509Of(cert);
+    const ASN1_BIT_STRING *uid = nullptr;
+    if (x509)
+        X509_get0_uids(x509, &uid, nullptr);
+    return uid ? 1 : 0;
+}
+
+int tavik_cert_hassubjectuid(TAVIK_CERT_st *cert)
+{
+    X509 *x509 = x509Of(cert);
+    const ASN1_BIT_STRING *uid = nullptr;
+    if (x509)
+        X509_get0_uids(x509, nullptr, &uid);
+    return uid ? 1 : 0;
+}
+
+tavik_bitset *tavik_cert_getissueruid(TAVIK_CERT_st *cert)
+{
+    X509 *x509 = x509Of(cert);
+    const ASN1_BIT_STRING *uid = nullptr;
+    if (x509)
+        X509_get0_uids(x509, &uid, nullptr);
+    return tavik::detail::newBitSet(uid);
+}
+
+tavik_bitset *tavik_cert_getsubjectuid(TAVIK_CERT_st *cert)
+{
+    X509 *x509 = x509Of(cert);
+    const ASN1_BIT_STRING *uid = nullptr;
+    if (x509)
+        X509_get0_uids(x509, nullptr, &uid);
+    return tavik::detail::newBitSet(uid);
+}
+
+//   Certificate ::= SEQUENCE { tbsCertificate, signatureAlgorithm, signatureValue }
+tavik_data_blob *tavik_cert_encode(TAVIK_CERT_st *cert)
+{
+    try {
+        const auto encoded = der::encode(x509Of(cert), i2d_X509);
+        return encoded ? tavik_data_blob_new(encoded->data(), encoded->size()) : nullptr;
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+int tavik_crypto_md5(const unsigned char *data, size_t length, unsigned char *out,
+                     size_t *outlength)
+{
+    return digest(EVP_md5(), data, length, out, outlength);
+}
+
+int tavik_crypto_sha1(const unsigned char *data, size_t length, unsigned char *out,
+                      size_t *outlength)
+{
+    return digest(EVP_sha1(), data, length, out, outlength);
+}
+
+int tavik_crypto_sha256(const unsigned char *data, size_t length, unsigned char *out,
+                        size_t *outlength)
+{
+    return digest(EVP_sha256(), data, length, out, outlength);
+}
+
+int tavik_crypto_sha512(const unsigned char *data, size_t length, unsigned char *out,
+                        size_t *outlength)
+{
+    return digest(EVP_sha512(), data, length, out, outlength);
+}
+
+int tavik_crypto_sm3(const unsigned char *data, size_t length, unsigned char *out,
+                     size_t *outlength)
+{
+    return digest(EVP_sm3(), data, length, out, outlength);
+}
+
+} // extern "C"
