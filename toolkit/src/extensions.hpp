@@ -1,0 +1,71 @@
+// The extension handle and the whole-value decoding that every typed
+// converter uses. Never installed.
+#pragma once
+
+#include <openssl/asn1.h>
+#include <openssl/crypto.h>
+#include <openssl/x509.h>
+
+#include <climits>
+#include <memory>
+
+#include "objects.hpp"
+
+struct tavik_cert_ext_st {
+    tavik::detail::OsslPtr<X509_EXTENSION, X509_EXTENSION_free> ext;
+};
+
+namespace tavik::detail {
+
+// Owner of a value of the ASN.1 item, released with the item's template.
+template <const ASN1_ITEM *(*Item)()> struct ItemFree {
+    template <class T> void operator()(T *p) const noexcept
+    {
+        ASN1_item_free(reinterpret_cast<ASN1_VALUE *>(p), Item());
+    }
+};
+template <class T, const ASN1_ITEM *(*Item)()> using ItemPtr = std::unique_ptr<T, ItemFree<Item>>;
+
+// The bytes of one DER value; null data when there is none.
+struct DerBytes {
+    const unsigned char *data = nullptr;
+    long length = 0;
+};
+
+// The contents of extnValue (null data on a null handle or a value over
+// 2^31 bytes).
+DerBytes extValue(const tavik_cert_ext *ext) noexcept;
+
+// The extension value read as the item; null when it does not decode or
+// when bytes follow the value.
+template <class T, const ASN1_ITEM *(*Item)()>
+ItemPtr<T, Item> decodeWhole(const tavik_cert_ext *ext) noexcept
+{
+    const DerBytes value = extValue(ext);
+    if (!value.data)
+        return nullptr;
+    const unsigned char *p = value.data;
+    ItemPtr<T, Item> out(reinterpret_cast<T *>(ASN1_item_d2i(nullptr, &p, value.length, Item())));
+    if (!out || p != value.data + value.length)
+        return nullptr;
+    return out;
+}
+
+// A deep copy of a value of the item (through its encoding); null on failure.
+template <class T, const ASN1_ITEM *(*Item)()> ItemPtr<T, Item> dupItem(const T *value) noexcept
+{
+    if (!value)
+        return nullptr;
+    return ItemPtr<T, Item>(reinterpret_cast<T *>(ASN1_item_dup(Item(), value)));
+}
+
+// Releases what OpenSSL allocated for an encoding.
+inline void opensslFree(unsigned char *p) noexcept
+{
+    OPENSSL_free(p);
+}
+
+// Dotted text of an OID in the toolkit heap; null on failure.
+char *dottedOid(const ASN1_OBJECT *oid) noexcept;
+
+} // namespace tavik::detail
