@@ -36,6 +36,7 @@ using EccPtr = std::unique_ptr<tavik_ecc_pubkey, Free<tavik_ecc_freepubkey>>;
 using PointPtr = std::unique_ptr<tavik_ecc_point, Free<tavik_ecc_freepoint>>;
 using DomainPtr = std::unique_ptr<tavik_ecc_domainparameters, Free<tavik_ecc_freedomainparameters>>;
 using DnPtr = std::unique_ptr<tavik_cert_dn, Free<tavik_cert_dn_free>>;
+using ValuePtr = std::unique_ptr<tavik_asn1_value, Free<tavik_asn1_value_free>>;
 
 std::string hexOf(const unsigned char *data, std::size_t length)
 {
@@ -139,6 +140,46 @@ std::vector<Node> asn1parse(const std::string &arguments)
 std::string derFile(const std::string &name)
 {
     return fixturePath(name + ".der");
+}
+
+// The content octets of the serial as the toolkit reads them; "-" on failure.
+std::string serialOf(TAVIK_CERT_st *cert)
+{
+    tavik_asn1_value *raw = nullptr;
+    if (tavik_cert_getserialnumber_ex(cert, &raw) != 1)
+        return "-";
+    const ValuePtr value(raw);
+    const int length = tavik_asn1_integer_getlength(value.get());
+    if (length <= 0)
+        return "-";
+    Bytes bytes(static_cast<std::size_t>(length));
+    if (tavik_asn1_integer_get(value.get(), bytes.data(), bytes.size()) != 1)
+        return "-";
+    return hexOf(bytes);
+}
+
+// A self-signed P-256 certificate OpenSSL makes with the version code and the
+// serial given as a signed 64-bit value.
+CertPtr madeCert(long version, std::int64_t serial)
+{
+    using Int = std::unique_ptr<ASN1_INTEGER, Free<ASN1_INTEGER_free>>;
+    const pkiui::test::KeyPtr key(EVP_EC_gen("P-256"));
+    const pkiui::test::X509Ptr x(X509_new());
+    const Int number(ASN1_INTEGER_new());
+    X509_NAME *name = x ? X509_get_subject_name(x.get()) : nullptr;
+    if (!key || !x || !number || X509_set_version(x.get(), version) != 1 ||
+        ASN1_INTEGER_set_int64(number.get(), serial) != 1 ||
+        X509_set_serialNumber(x.get(), number.get()) != 1 ||
+        X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_UTF8,
+                                   reinterpret_cast<const unsigned char *>("Made"), -1, -1,
+                                   0) != 1 ||
+        X509_set_issuer_name(x.get(), name) != 1 ||
+        !X509_gmtime_adj(X509_getm_notBefore(x.get()), 0) ||
+        !X509_gmtime_adj(X509_getm_notAfter(x.get()), 86400) ||
+        X509_set_pubkey(x.get(), key.get()) != 1 ||
+        X509_sign(x.get(), key.get(), EVP_sha256()) <= 0)
+        return nullptr;
+    return pkiui::test::handleOf(x.get());
 }
 
 TEST(AlgorithmId, OidsAndParametersOfSignatureAndKeyAsEncoded)
@@ -513,6 +554,42 @@ TEST(Certificate, VersionNamesAndAbsentUniqueIds)
         EXPECT_FALSE(BitSetPtr(tavik_cert_getissueruid(cert.get())));
         EXPECT_FALSE(BitSetPtr(tavik_cert_getsubjectuid(cert.get())));
     }
+}
+
+TEST(Certificate, SerialContentOctetsKeepTheSignByte)
+{
+    // openssl prints the magnitude; DER puts a 00 in front of a magnitude
+    // whose top bit is set.
+    for (const char *name : {"rsa-leaf", "rsa-root", "ec-leaf", "sm2-self", "dsa-self"}) {
+        SCOPED_TRACE(name);
+        const std::string line =
+            openssl("x509 -noout -serial -in " + fixturePath(std::string(name) + ".pem"));
+        std::string magnitude = digitsOf(line.substr(line.find('=') + 1));
+        if (magnitude.size() % 2)
+            magnitude.insert(0, "0");
+        const bool topBit = std::string("89ABCDEF").find(magnitude[0]) != std::string::npos;
+        EXPECT_EQ(serialOf(loadCert(name).get()), (topBit ? "00" : "") + magnitude);
+    }
+
+    // Made here: serials as DER writes them, and the v1 and v2 version codes.
+    struct Row {
+        long version;
+        std::int64_t serial;
+        const char *content;
+    };
+    const Row rows[] = {{0, 5, "05"},      {1, 0x8F3A, "008F3A"}, {2, 0, "00"},     {2, 0x7F, "7F"},
+                        {2, 0x80, "0080"}, {0, -1, "FF"},         {2, -129, "FF7F"}};
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.content);
+        const CertPtr cert = madeCert(row.version, row.serial);
+        ASSERT_TRUE(cert);
+        EXPECT_EQ(serialOf(cert.get()), row.content);
+        EXPECT_EQ(tavik_cert_getversion(cert.get()), row.version);
+    }
+    tavik_asn1_value *value = nullptr;
+    EXPECT_NE(tavik_cert_getserialnumber_ex(nullptr, &value), 1);
+    EXPECT_NE(tavik_cert_getserialnumber_ex(loadCert("rsa-leaf").get(), nullptr), 1);
+    EXPECT_FALSE(value);
 }
 
 TEST(Certificate, NullArgumentsAreRefused)

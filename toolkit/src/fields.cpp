@@ -30,6 +30,11 @@ using tavik::detail::OsslPtr;
 namespace der = tavik::detail::der;
 using BnPtr = OsslPtr<BIGNUM, BN_free>;
 
+struct Asn1ValueFree {
+    void operator()(tavik_asn1_value *value) const noexcept { tavik_asn1_value_free(value); }
+};
+using Asn1ValuePtr = std::unique_ptr<tavik_asn1_value, Asn1ValueFree>;
+
 constexpr std::string_view kOidDsa = "1.2.840.10040.4.1";
 
 // Dotted text of an OID; nullopt when OpenSSL cannot write it.
@@ -146,6 +151,31 @@ int tavik_cert_getversion(TAVIK_CERT_st *cert)
         return -1;
     const long version = X509_get_version(x509);
     return version >= 0 && version <= INT_MAX ? static_cast<int>(version) : -1;
+}
+
+//   serialNumber CertificateSerialNumber,  CertificateSerialNumber ::= INTEGER
+int tavik_cert_getserialnumber_ex(TAVIK_CERT_st *cert, tavik_asn1_value **serial)
+{
+    X509 *x509 = x509Of(cert);
+    if (!x509 || !serial)
+        return TAVIK_ERR_ARGUMENT;
+    try {
+        const auto encoded = der::encode(X509_get0_serialNumber(x509), i2d_ASN1_INTEGER);
+        if (!encoded)
+            return TAVIK_ERR_VERIFY;
+        tavik_asn1_value *raw = nullptr;
+        const int status =
+            tavik_asn1_mem_decode(encoded->data(), encoded->size(), TAVIK_ASN1_INTEGER, &raw);
+        Asn1ValuePtr value(raw);
+        if (status != 1)
+            return status;
+        if (!value || tavik_asn1_value_getencodedlength(value.get()) != encoded->size())
+            return TAVIK_ERR_VERIFY;
+        *serial = value.release();
+        return 1;
+    } catch (const std::bad_alloc &) {
+        return TAVIK_ERR_MEMORY;
+    }
 }
 
 //   signatureAlgorithm AlgorithmIdentifier (the outer one, after tbsCertificate)
