@@ -13,7 +13,7 @@
 #include "asn1.hpp"
 #include "objects.hpp"
 
-namespace tavik::detail::der {
+namespace tavik::detail::asn1 {
 namespace {
 
 enum class Rule { Boolean, Integer, Octets, Null, Oid, Utf8, Printable, Ia5, Visible, Bmp };
@@ -262,17 +262,17 @@ tavik_asn1_value *newValue(int type, Bytes content, std::size_t encodedLength) n
     }
 }
 
-} // namespace tavik::detail::der
+} // namespace tavik::detail::asn1
 
 namespace {
 
-using tavik::detail::der::Bytes;
+using tavik::detail::asn1::Bytes;
 
 bool isString(const tavik_asn1_value *value) noexcept
 {
     if (!value)
         return false;
-    for (const auto &info : tavik::detail::der::kTypes)
+    for (const auto &info : tavik::detail::asn1::kTypes)
         if (info.code == value->type)
             return info.isString;
     return false;
@@ -287,14 +287,14 @@ extern "C" {
 int tavik_asn1_mem_decode(const unsigned char *data, size_t length, int type,
                           tavik_asn1_value **value)
 {
-    namespace der = tavik::detail::der;
-    if (!data || !value || length > der::kMaxLength)
+    namespace asn1 = tavik::detail::asn1;
+    if (!data || !value || length > asn1::kMaxLength)
         return 0;
     std::size_t pos = 0;
-    const auto tlv = der::readTyped(Bytes(data, length), pos, type);
+    const auto tlv = asn1::readTyped(Bytes(data, length), pos, type);
     if (!tlv)
         return 0;
-    tavik_asn1_value *out = der::newValue(type, tlv->content, tlv->encoding.size());
+    tavik_asn1_value *out = asn1::newValue(type, tlv->content, tlv->encoding.size());
     if (!out)
         return 0;
     *value = out;

@@ -17,7 +17,7 @@ struct tavik_asn1_value_st {
     std::size_t encodedLength; // identifier, length and content octets as read
 };
 
-namespace tavik::detail::der {
+namespace tavik::detail::asn1 {
 
 using Bytes = std::span<const unsigned char>;
 
@@ -60,4 +60,4 @@ std::optional<std::int64_t> integerValue(Bytes content) noexcept;
 // A new value object (counted); null on failure.
 tavik_asn1_value *newValue(int type, Bytes content, std::size_t encodedLength) noexcept;
 
-} // namespace tavik::detail::der
+} // namespace tavik::detail::asn1

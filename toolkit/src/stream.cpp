@@ -12,7 +12,7 @@ struct tavik_stream_st {
 
 namespace {
 
-using tavik::detail::der::Bytes;
+using tavik::detail::asn1::Bytes;
 
 Bytes bytesOf(const tavik_stream *stream) noexcept
 {
@@ -26,7 +26,7 @@ extern "C" {
 tavik_stream *tavik_stream_new_romem(const unsigned char *data, size_t length, int flag,
                                      int reserved)
 {
-    if (!data || flag != 0 || reserved != 0 || length > tavik::detail::der::kMaxLength)
+    if (!data || flag != 0 || reserved != 0 || length > tavik::detail::asn1::kMaxLength)
         return nullptr;
     return tavik::detail::newObject<tavik_stream_st>(data, length, std::size_t{0});
 }
@@ -43,14 +43,14 @@ size_t tavik_stream_remaining(const tavik_stream *stream)
 
 int tavik_asn1_decode(tavik_stream *stream, int type, tavik_asn1_value **value, int flags)
 {
-    namespace der = tavik::detail::der;
+    namespace asn1 = tavik::detail::asn1;
     if (!stream || !value || flags != 0)
         return 0;
     std::size_t pos = stream->pos;
-    const auto tlv = der::readTyped(bytesOf(stream), pos, type);
+    const auto tlv = asn1::readTyped(bytesOf(stream), pos, type);
     if (!tlv)
         return 0;
-    tavik_asn1_value *out = der::newValue(type, tlv->content, tlv->encoding.size());
+    tavik_asn1_value *out = asn1::newValue(type, tlv->content, tlv->encoding.size());
     if (!out)
         return 0;
     stream->pos = pos;
@@ -60,12 +60,12 @@ int tavik_asn1_decode(tavik_stream *stream, int type, tavik_asn1_value **value, 
 
 int tavik_asn1_decode_identifier(tavik_stream *stream, int *cls, int *constructed, int *tag)
 {
-    namespace der = tavik::detail::der;
+    namespace asn1 = tavik::detail::asn1;
     if (!stream || !cls || !constructed || !tag)
         return 0;
     std::size_t pos = stream->pos;
-    der::Identifier id{};
-    if (!der::readIdentifier(bytesOf(stream), pos, id))
+    asn1::Identifier id{};
+    if (!asn1::readIdentifier(bytesOf(stream), pos, id))
         return 0;
     stream->pos = pos;
     *cls = id.cls;
@@ -76,16 +76,16 @@ int tavik_asn1_decode_identifier(tavik_stream *stream, int *cls, int *constructe
 
 int tavik_asn1_decode_length(tavik_stream *stream, size_t *length, int *indefinite)
 {
-    namespace der = tavik::detail::der;
+    namespace asn1 = tavik::detail::asn1;
     if (!stream || !length || !indefinite)
         return 0;
     std::size_t pos = stream->pos;
     std::size_t value = 0;
-    const der::LengthForm form = der::readLength(bytesOf(stream), pos, value);
-    if (form == der::LengthForm::Bad)
+    const asn1::LengthForm form = asn1::readLength(bytesOf(stream), pos, value);
+    if (form == asn1::LengthForm::Bad)
         return 0;
     stream->pos = pos;
-    *indefinite = form == der::LengthForm::Indefinite ? 1 : 0;
+    *indefinite = form == asn1::LengthForm::Indefinite ? 1 : 0;
     *length = value;
     return 1;
 }
@@ -93,13 +93,13 @@ int tavik_asn1_decode_length(tavik_stream *stream, size_t *length, int *indefini
 int tavik_asn1_decode_content(tavik_stream *stream, int type, size_t length,
                               tavik_asn1_value **value)
 {
-    namespace der = tavik::detail::der;
+    namespace asn1 = tavik::detail::asn1;
     if (!stream || !value || length > stream->length - stream->pos)
         return 0;
     const Bytes content = bytesOf(stream).subspan(stream->pos, length);
-    if (!der::contentValid(type, content))
+    if (!asn1::contentValid(type, content))
         return 0;
-    tavik_asn1_value *out = der::newValue(type, content, length);
+    tavik_asn1_value *out = asn1::newValue(type, content, length);
     if (!out)
         return 0;
     stream->pos += length;
