@@ -2,7 +2,13 @@
 // and the private extensions read through it.
 #include <gtest/gtest.h>
 
+#include <openssl/evp.h>
+#include <openssl/objects.h>
+#include <openssl/x509v3.h>
+
 #include <climits>
+#include <initializer_list>
+#include <optional>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -372,6 +378,233 @@ TEST(Asn1Stream, ContentIsReadAsTheTypeUnderImplicitOrExplicitTags)
     EXPECT_EQ(tavik_asn1_decode_content(stream.get(), TAVIK_ASN1_NULL, 0, &value), 1);
     owned.reset(value);
     EXPECT_EQ(tavik_stream_remaining(stream.get()), 1u);
+}
+
+// ---- Private extensions ----
+
+using ItemsPtr = std::unique_ptr<tavik_cert_identificationitems,
+                                 tavik::Free<tavik_cert_identificationitems_free>>;
+using ItemPtr =
+    std::unique_ptr<tavik_cert_identificationitem, tavik::Free<tavik_cert_identificationitem_free>>;
+using DigestsPtr =
+    std::unique_ptr<tavik_cert_digestinfolist, tavik::Free<tavik_cert_digestinfolist_free>>;
+using DigestPtr = std::unique_ptr<tavik_cert_digestinfo, tavik::Free<tavik_cert_digestinfo_free>>;
+using AlgPtr = std::unique_ptr<tavik_cert_algorithmid, tavik::Free<tavik_cert_algorithmid_free>>;
+using ExtsPtr = std::unique_ptr<tavik_cert_exts, tavik::Free<tavik_cert_exts_free>>;
+using ExtPtr = std::unique_ptr<tavik_cert_ext, tavik::Free<tavik_cert_ext_free>>;
+
+constexpr const char *kItemsOid = "1.3.6.1.4.1.18760.1.15";
+constexpr const char *kDigestsOid = "1.3.6.1.4.1.18760.1.12.1";
+
+// A TLV with a minimal definite length.
+Bytes tlv(unsigned char identifier, const Bytes &content)
+{
+    Bytes out{identifier};
+    const std::size_t n = content.size();
+    if (n < 0x80) {
+        out.push_back(static_cast<unsigned char>(n));
+    } else {
+        Bytes length;
+        for (std::size_t v = n; v; v >>= 8)
+            length.insert(length.begin(), static_cast<unsigned char>(v));
+        out.push_back(static_cast<unsigned char>(0x80 | length.size()));
+        out.insert(out.end(), length.begin(), length.end());
+    }
+    out.insert(out.end(), content.begin(), content.end());
+    return out;
+}
+
+Bytes cat(std::initializer_list<Bytes> parts)
+{
+    Bytes out;
+    for (const Bytes &part : parts)
+        out.insert(out.end(), part.begin(), part.end());
+    return out;
+}
+
+Bytes seq(std::initializer_list<Bytes> parts)
+{
+    return tlv(0x30, cat(parts));
+}
+
+// A certificate made here that carries one extension with the raw value.
+tavik::CertPtr certWith(const char *oid, const Bytes &value)
+{
+    using ObjPtr = std::unique_ptr<ASN1_OBJECT, tavik::Free<ASN1_OBJECT_free>>;
+    using OctetsPtr = std::unique_ptr<ASN1_OCTET_STRING, tavik::Free<ASN1_OCTET_STRING_free>>;
+    using ExtensionPtr = std::unique_ptr<X509_EXTENSION, tavik::Free<X509_EXTENSION_free>>;
+    const pkiui::test::KeyPtr key(EVP_EC_gen("P-256"));
+    const pkiui::test::X509Ptr x(X509_new());
+    const ObjPtr object(OBJ_txt2obj(oid, 1));
+    const OctetsPtr octets(ASN1_OCTET_STRING_new());
+    if (!key || !x || !object || !octets ||
+        !ASN1_OCTET_STRING_set(octets.get(), value.data(), static_cast<int>(value.size())))
+        return nullptr;
+    const ExtensionPtr ext(X509_EXTENSION_create_by_OBJ(nullptr, object.get(), 0, octets.get()));
+    X509_NAME_add_entry_by_txt(X509_get_subject_name(x.get()), "CN", MBSTRING_UTF8,
+                               reinterpret_cast<const unsigned char *>("ext"), -1, -1, 0);
+    if (!ext || !X509_set_version(x.get(), 2) || !X509_add_ext(x.get(), ext.get(), -1) ||
+        !ASN1_TIME_set_string(X509_getm_notBefore(x.get()), "20240101000000Z") ||
+        !ASN1_TIME_set_string(X509_getm_notAfter(x.get()), "20340101000000Z") ||
+        !X509_set_pubkey(x.get(), key.get()) || !X509_sign(x.get(), key.get(), EVP_sha256()))
+        return nullptr;
+    return pkiui::test::handleOf(x.get());
+}
+
+ExtPtr findExt(TAVIK_CERT_st *cert, const char *oid)
+{
+    const ExtsPtr exts(cert ? tavik_cert_getexts(cert) : nullptr);
+    return ExtPtr(exts ? tavik_cert_exts_find(exts.get(), oid) : nullptr);
+}
+
+struct Item {
+    std::optional<std::int64_t> type;
+    std::optional<std::int64_t> encoding;
+    Bytes value;
+    bool operator==(const Item &) const = default;
+};
+
+std::optional<std::vector<Item>> readItems(const tavik_cert_ext *ext)
+{
+    const ItemsPtr items(tavik_cert_ext_toidentificationitems(ext));
+    if (!items)
+        return std::nullopt;
+    std::vector<Item> out;
+    const int count = tavik_cert_identificationitems_getitemcount(items.get());
+    for (int i = 0; i < count; ++i) {
+        const ItemPtr item(tavik_cert_identificationitems_getitem(items.get(), i));
+        if (!item)
+            return std::nullopt;
+        Item read;
+        std::int64_t n = 0;
+        if (tavik_cert_identificationitem_gettype(item.get(), &n) == 1)
+            read.type = n;
+        if (tavik_cert_identificationitem_getencode(item.get(), &n) == 1)
+            read.encoding = n;
+        read.value = bytesOf(BlobPtr(tavik_cert_identificationitem_getvalue(item.get())));
+        out.push_back(read);
+    }
+    EXPECT_EQ(tavik_cert_identificationitems_getitem(items.get(), count), nullptr);
+    EXPECT_EQ(tavik_cert_identificationitems_getitem(items.get(), -1), nullptr);
+    return out;
+}
+
+struct Digest {
+    std::string oid;
+    bool nullParam;
+    bool hasParams;
+    Bytes hash;
+    bool operator==(const Digest &) const = default;
+};
+
+std::optional<std::vector<Digest>> readDigests(const tavik_cert_ext *ext)
+{
+    const DigestsPtr list(tavik_cert_ext_todigestinfolist(ext));
+    if (!list)
+        return std::nullopt;
+    std::vector<Digest> out;
+    const int count = tavik_cert_digestinfolist_getitemcount(list.get());
+    for (int i = 0; i < count; ++i) {
+        const DigestPtr info(tavik_cert_digestinfolist_getitem(list.get(), i));
+        const AlgPtr alg(info ? tavik_cert_digestinfo_getalgorithm(info.get()) : nullptr);
+        if (!alg)
+            return std::nullopt;
+        const TextPtr oid(tavik_cert_algorithmid_getoid(alg.get()));
+        out.push_back({oid ? oid.get() : "?", tavik_cert_algorithmid_hasnullparam(alg.get()) == 1,
+                       tavik_cert_algorithmid_hasparams(alg.get()) == 1,
+                       bytesOf(BlobPtr(tavik_cert_digestinfo_gethashvalue(info.get())))});
+    }
+    EXPECT_EQ(tavik_cert_digestinfolist_getitem(list.get(), count), nullptr);
+    return out;
+}
+
+Bytes integer(const char *content)
+{
+    return tlv(0x02, hex(content));
+}
+Bytes octets(const Bytes &content)
+{
+    return tlv(0x04, content);
+}
+
+TEST(PrivateExtensions, IdentificationItemsRefuseAnyMalformedLevel)
+{
+    const Bytes good = seq({integer("01 F5"), integer("2A"), octets(hex("'ab'"))});
+    struct Case {
+        const char *what;
+        Bytes value;
+        std::optional<std::vector<Item>> expected;
+    };
+    const Case cases[] = {
+        {"two items", seq({good, seq({integer("01"), integer("47"), octets({})})}),
+         std::vector<Item>{{501, 42, hex("'ab'")}, {1, 71, {}}}},
+        {"no items", seq({}), std::vector<Item>{}},
+        {"beyond 64 bits",
+         seq({seq({integer("00 80 00 00 00 00 00 00 00"), integer("FF"), octets(hex("01"))})}),
+         std::vector<Item>{{std::nullopt, -1, hex("01")}}},
+        {"64-bit extremes",
+         seq({seq({integer("80 00 00 00 00 00 00 00"), integer("7F FF FF FF FF FF FF FF"),
+                   octets({})})}),
+         std::vector<Item>{{INT64_MIN, INT64_MAX, {}}}},
+        {"trailing after list", cat({seq({good}), hex("00")}), std::nullopt},
+        {"trailing in list", seq({good, hex("05 00")}), std::nullopt},
+        {"trailing in item", seq({seq({integer("01"), integer("2A"), octets({}), hex("05 00")})}),
+         std::nullopt},
+        {"missing value", seq({seq({integer("01"), integer("2A")})}), std::nullopt},
+        {"missing encoding", seq({seq({integer("01"), octets({})})}), std::nullopt},
+        {"fields swapped", seq({seq({octets({}), integer("01"), integer("2A")})}), std::nullopt},
+        {"padded integer", seq({seq({integer("00 01"), integer("2A"), octets({})})}), std::nullopt},
+        {"set of", tlv(0x31, good), std::nullopt},
+        {"indefinite list", cat({hex("30 80"), good, hex("00 00")}), std::nullopt},
+        {"cut", Bytes(good.begin(), good.end() - 1), std::nullopt},
+        {"empty value", {}, std::nullopt},
+    };
+    for (const Case &c : cases) {
+        const tavik::CertPtr cert = certWith(kItemsOid, c.value);
+        const ExtPtr ext = findExt(cert.get(), kItemsOid);
+        ASSERT_TRUE(ext) << c.what;
+        EXPECT_EQ(readItems(ext.get()), c.expected) << c.what;
+    }
+}
+
+TEST(PrivateExtensions, DigestInfosRefuseAnyMalformedLevel)
+{
+    const Bytes sha1 = hex("06 05 2B 0E 03 02 1A");
+    const Bytes sha256 = hex("06 09 60 86 48 01 65 03 04 02 01");
+    const Bytes null = hex("05 00");
+    const Bytes hash = octets(hex("01 02 03"));
+    const Bytes good = seq({seq({sha1, null}), hash});
+    struct Case {
+        const char *what;
+        Bytes value;
+        std::optional<std::vector<Digest>> expected;
+    };
+    const Case cases[] = {
+        {"two digests", seq({good, seq({seq({sha256}), octets({})})}),
+         std::vector<Digest>{{"1.3.14.3.2.26", true, true, hex("01 02 03")},
+                             {"2.16.840.1.101.3.4.2.1", false, false, {}}}},
+        {"constructed parameters", seq({seq({seq({sha256, seq({integer("01"), null})}), hash})}),
+         std::vector<Digest>{{"2.16.840.1.101.3.4.2.1", false, true, hex("01 02 03")}}},
+        {"no digests", seq({}), std::vector<Digest>{}},
+        {"trailing after list", cat({seq({good}), hex("00")}), std::nullopt},
+        {"trailing in digest info", seq({seq({seq({sha1, null}), hash, null})}), std::nullopt},
+        {"two parameters", seq({seq({seq({sha1, null, null}), hash})}), std::nullopt},
+        {"missing digest", seq({seq({seq({sha1, null})})}), std::nullopt},
+        {"missing algorithm", seq({seq({hash})}), std::nullopt},
+        {"bit string digest", seq({seq({seq({sha1}), tlv(0x03, hex("00 01"))})}), std::nullopt},
+        {"algorithm not a sequence", seq({seq({sha1, hash})}), std::nullopt},
+        {"bad oid", seq({seq({seq({hex("06 02 2B 80"), null}), hash})}), std::nullopt},
+        {"indefinite parameters",
+         seq({seq({seq({sha1, cat({hex("30 80"), integer("01"), hex("00 00")})}), hash})}),
+         std::nullopt},
+        {"cut parameters", seq({seq({seq({sha1, hex("05")}), hash})}), std::nullopt},
+    };
+    for (const Case &c : cases) {
+        const tavik::CertPtr cert = certWith(kDigestsOid, c.value);
+        const ExtPtr ext = findExt(cert.get(), kDigestsOid);
+        ASSERT_TRUE(ext) << c.what;
+        EXPECT_EQ(readDigests(ext.get()), c.expected) << c.what;
+    }
 }
 
 } // namespace
