@@ -7,6 +7,7 @@
 #include <openssl/x509v3.h>
 
 #include <climits>
+#include <fstream>
 #include <initializer_list>
 #include <optional>
 #include <cstdint>
@@ -516,6 +517,51 @@ std::optional<std::vector<Digest>> readDigests(const tavik_cert_ext *ext)
     }
     EXPECT_EQ(tavik_cert_digestinfolist_getitem(list.get(), count), nullptr);
     return out;
+}
+
+// The digest the openssl command makes of the text, as hex digits.
+std::string digestOf(const std::string &algorithm, const std::string &text)
+{
+    const std::string path = ::testing::TempDir() + "asn1-digest-input";
+    std::ofstream(path, std::ios::binary) << text;
+    const std::string out = pkiui::test::openssl("dgst -" + algorithm + " -r " + path);
+    return out.substr(0, out.find(' '));
+}
+
+std::string sha256Of(const std::string &text)
+{
+    return digestOf("sha256", text);
+}
+
+TEST(PrivateExtensions, TheFixtureItemsAndDigestsReadAsEncoded)
+{
+    const tavik::CertPtr cert = pkiui::test::loadCert("ext-private");
+    ASSERT_TRUE(cert);
+    const ExtPtr itemsExt = findExt(cert.get(), kItemsOid);
+    const ExtPtr digestsExt = findExt(cert.get(), kDigestsOid);
+    ASSERT_TRUE(itemsExt && digestsExt);
+
+    const auto items = readItems(itemsExt.get());
+    ASSERT_TRUE(items);
+    ASSERT_EQ(items->size(), 2u);
+    EXPECT_EQ((*items)[0], (Item{501, 42, hex("'91350100M000100Y43'")}));
+    EXPECT_EQ((*items)[1], (Item{1, 71, hex(sha256Of("110101199001011234"))}));
+
+    const auto digests = readDigests(digestsExt.get());
+    ASSERT_TRUE(digests);
+    ASSERT_EQ(digests->size(), 3u);
+    // Digests of "abc" under each algorithm, NULL parameters but for SHA-256.
+    const std::vector<Digest> expected = {
+        {"1.3.14.3.2.26", true, true, hex(digestOf("sha1", "abc"))},
+        {"2.16.840.1.101.3.4.2.1", false, false, hex(digestOf("sha256", "abc"))},
+        {"1.2.156.10197.1.401", true, true, hex(digestOf("sm3", "abc"))},
+    };
+    EXPECT_EQ(*digests, expected);
+    // Not the structure of the other extension.
+    EXPECT_EQ(tavik_cert_ext_toidentificationitems(digestsExt.get()), nullptr);
+    EXPECT_EQ(tavik_cert_ext_todigestinfolist(itemsExt.get()), nullptr);
+    EXPECT_EQ(tavik_cert_ext_toidentificationitems(nullptr), nullptr);
+    EXPECT_EQ(tavik_cert_ext_todigestinfolist(nullptr), nullptr);
 }
 
 Bytes integer(const char *content)
