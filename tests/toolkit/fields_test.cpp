@@ -1,11 +1,13 @@
 // Certificate fields, keys, signature values and digests, compared with what
 // the openssl command reads from the same fixture files.
 #include <gtest/gtest.h>
+#include <openssl/rsa.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <sstream>
@@ -158,28 +160,47 @@ std::string serialOf(TAVIK_CERT_st *cert)
     return hexOf(bytes);
 }
 
-// A self-signed P-256 certificate OpenSSL makes with the version code and the
-// serial given as a signed 64-bit value.
-CertPtr madeCert(long version, std::int64_t serial)
+// A v3 certificate OpenSSL makes and signs with a fresh P-256 key; edit may
+// change any field (version, serial, public key) before signing.
+CertPtr madeCert(const std::function<bool(X509 *)> &edit)
 {
-    using Int = std::unique_ptr<ASN1_INTEGER, Free<ASN1_INTEGER_free>>;
     const pkiui::test::KeyPtr key(EVP_EC_gen("P-256"));
     const pkiui::test::X509Ptr x(X509_new());
-    const Int number(ASN1_INTEGER_new());
     X509_NAME *name = x ? X509_get_subject_name(x.get()) : nullptr;
-    if (!key || !x || !number || X509_set_version(x.get(), version) != 1 ||
-        ASN1_INTEGER_set_int64(number.get(), serial) != 1 ||
-        X509_set_serialNumber(x.get(), number.get()) != 1 ||
+    if (!key || !x || X509_set_version(x.get(), 2) != 1 ||
         X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_UTF8,
                                    reinterpret_cast<const unsigned char *>("Made"), -1, -1,
                                    0) != 1 ||
         X509_set_issuer_name(x.get(), name) != 1 ||
         !X509_gmtime_adj(X509_getm_notBefore(x.get()), 0) ||
         !X509_gmtime_adj(X509_getm_notAfter(x.get()), 86400) ||
-        X509_set_pubkey(x.get(), key.get()) != 1 ||
+        X509_set_pubkey(x.get(), key.get()) != 1 || !edit(x.get()) ||
         X509_sign(x.get(), key.get(), EVP_sha256()) <= 0)
         return nullptr;
     return pkiui::test::handleOf(x.get());
+}
+
+CertPtr madeCert(long version, std::int64_t serial)
+{
+    return madeCert([&](X509 *x) {
+        using Int = std::unique_ptr<ASN1_INTEGER, Free<ASN1_INTEGER_free>>;
+        const Int number(ASN1_INTEGER_new());
+        return number && X509_set_version(x, version) == 1 &&
+               ASN1_INTEGER_set_int64(number.get(), serial) == 1 &&
+               X509_set_serialNumber(x, number.get()) == 1;
+    });
+}
+
+// Hex of an RSA key's parameter ("n", "e") as OpenSSL reads it.
+std::string rsaParam(const EVP_PKEY *key, const char *param)
+{
+    BIGNUM *raw = nullptr;
+    if (EVP_PKEY_get_bn_param(key, param, &raw) != 1)
+        return "?";
+    const std::unique_ptr<BIGNUM, Free<BN_free>> n(raw);
+    Bytes bytes(static_cast<std::size_t>(BN_num_bytes(n.get())));
+    BN_bn2bin(n.get(), bytes.data());
+    return hexOf(bytes);
 }
 
 TEST(AlgorithmId, OidsAndParametersOfSignatureAndKeyAsEncoded)
@@ -274,6 +295,59 @@ TEST(Keys, RsaModulusAndExponentMatchOpenssl)
                   magnitudeOf(digitsOf(exponent.size() % 2 ? "0" + exponent : exponent)));
         // Not an EC key.
         EXPECT_FALSE(EccPtr(tavik_cert_pubkey_toeccpubkey(key.get())));
+    }
+}
+
+TEST(Keys, RsaKeysReadAlikeUnderThePssAndOaepIdentifiers)
+{
+    const std::unique_ptr<EVP_PKEY_CTX, Free<EVP_PKEY_CTX_free>> ctx(
+        EVP_PKEY_CTX_new_from_name(nullptr, "RSA-PSS", nullptr));
+    EVP_PKEY *generated = nullptr;
+    ASSERT_TRUE(ctx && EVP_PKEY_keygen_init(ctx.get()) == 1 &&
+                EVP_PKEY_CTX_set_rsa_keygen_bits(ctx.get(), 1024) == 1 &&
+                EVP_PKEY_generate(ctx.get(), &generated) == 1);
+    const pkiui::test::KeyPtr rsa(generated);
+    // OpenSSL writes id-RSASSA-PSS for an RSA-PSS key.
+    const CertPtr pss = madeCert([&](X509 *x) { return X509_set_pubkey(x, rsa.get()) == 1; });
+    // OpenSSL has no id-RSAES-OAEP keys: the same RSAPublicKey under that OID.
+    const CertPtr oaep = madeCert([&](X509 *x) {
+        if (X509_set_pubkey(x, rsa.get()) != 1)
+            return false;
+        // The key set above, not the one the certificate had.
+        X509_PUBKEY *spki = X509_get_X509_PUBKEY(x);
+        const unsigned char *bits = nullptr;
+        int length = 0;
+        if (X509_PUBKEY_get0_param(nullptr, &bits, &length, nullptr, spki) != 1 || length <= 0)
+            return false;
+        auto *copy = static_cast<unsigned char *>(OPENSSL_memdup(bits, length));
+        if (!copy)
+            return false;
+        if (X509_PUBKEY_set0_param(spki, OBJ_nid2obj(NID_rsaesOaep), V_ASN1_UNDEF, nullptr, copy,
+                                   length) != 1) {
+            OPENSSL_free(copy);
+            return false;
+        }
+        return true;
+    });
+    struct Row {
+        const char *label;
+        const CertPtr &cert;
+        const char *oid;
+    };
+    const Row rows[] = {{"pss", pss, "1.2.840.113549.1.1.10"},
+                        {"oaep", oaep, "1.2.840.113549.1.1.7"}};
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.label);
+        ASSERT_TRUE(row.cert);
+        const AlgPtr alg(tavik_cert_getpubkeyalgorithm(row.cert.get()));
+        EXPECT_STREQ(TextPtr(tavik_cert_algorithmid_getoid(alg.get())).get(), row.oid);
+        const PubKeyPtr key(tavik_cert_getpubkey(row.cert.get()));
+        const RsaPtr parts(tavik_cert_pubkey_torsapubkey(key.get()));
+        ASSERT_TRUE(parts);
+        EXPECT_EQ(hexOf(BigIntPtr(tavik_crypto_rsakey_getmodulus(parts.get()))),
+                  rsaParam(rsa.get(), "n"));
+        EXPECT_EQ(hexOf(BigIntPtr(tavik_crypto_rsakey_getpubexp(parts.get()))),
+                  rsaParam(rsa.get(), "e"));
     }
 }
 
