@@ -1,0 +1,317 @@
+// Typed converters of extension values that carry names or strings: the
+// authority key identifier, name constraints, general names, distribution
+// points, access descriptions and the IA5 and printable strings.
+#include <openssl/asn1.h>
+#include <openssl/x509v3.h>
+
+#include "extensions.hpp"
+#include "objects.hpp"
+#include "values.hpp"
+
+using tavik::detail::decodeWhole;
+using tavik::detail::dottedOid;
+using tavik::detail::dupItem;
+using tavik::detail::freeObject;
+using tavik::detail::ItemPtr;
+using tavik::detail::newObject;
+
+struct tavik_cert_akid_st {
+    ItemPtr<AUTHORITY_KEYID, AUTHORITY_KEYID_it> value;
+};
+struct tavik_cert_nameconstraints_st {
+    ItemPtr<NAME_CONSTRAINTS, NAME_CONSTRAINTS_it> value;
+};
+struct tavik_cert_crldps_st {
+    ItemPtr<CRL_DIST_POINTS, CRL_DIST_POINTS_it> value;
+};
+struct tavik_cert_distpoint_st {
+    ItemPtr<DIST_POINT, DIST_POINT_it> value;
+};
+struct tavik_cert_dpname_st {
+    ItemPtr<DIST_POINT_NAME, DIST_POINT_NAME_it> value;
+};
+struct tavik_cert_idp_st {
+    ItemPtr<ISSUING_DIST_POINT, ISSUING_DIST_POINT_it> value;
+};
+struct tavik_cert_accessdescs_st {
+    ItemPtr<AUTHORITY_INFO_ACCESS, AUTHORITY_INFO_ACCESS_it> value;
+};
+struct tavik_cert_accessdesc_st {
+    ItemPtr<ACCESS_DESCRIPTION, ACCESS_DESCRIPTION_it> value;
+};
+
+namespace {
+
+template <class Handle, class Ptr> Handle *wrap(Ptr value) noexcept
+{
+    return value ? newObject<Handle>(std::move(value)) : nullptr;
+}
+
+tavik_cert_generalnames *namesOrNull(const GENERAL_NAMES *names) noexcept
+{
+    return names ? tavik::detail::newGeneralNames(names) : nullptr;
+}
+
+tavik_cert_dpname *newDpName(const DIST_POINT_NAME *name) noexcept
+{
+    return wrap<tavik_cert_dpname>(dupItem<DIST_POINT_NAME, DIST_POINT_NAME_it>(name));
+}
+
+} // namespace
+
+extern "C" {
+
+// AuthorityKeyIdentifier ::= SEQUENCE { keyIdentifier [0] KeyIdentifier OPTIONAL,
+//     authorityCertIssuer [1] GeneralNames OPTIONAL,
+//     authorityCertSerialNumber [2] CertificateSerialNumber OPTIONAL }
+tavik_cert_akid *tavik_cert_ext_toakid(const tavik_cert_ext *ext)
+{
+    return wrap<tavik_cert_akid>(decodeWhole<AUTHORITY_KEYID, AUTHORITY_KEYID_it>(ext));
+}
+
+void tavik_cert_akid_free(tavik_cert_akid *akid)
+{
+    freeObject(akid);
+}
+
+tavik_data_blob *tavik_cert_akid_getkeyid(const tavik_cert_akid *akid)
+{
+    const ASN1_OCTET_STRING *keyid = akid ? akid->value->keyid : nullptr;
+    if (!keyid)
+        return nullptr;
+    const int length = ASN1_STRING_length(keyid);
+    return tavik_data_blob_new(ASN1_STRING_get0_data(keyid),
+                               length > 0 ? static_cast<std::size_t>(length) : 0);
+}
+
+tavik_cert_generalnames *tavik_cert_akid_getissuerissuername(const tavik_cert_akid *akid)
+{
+    return akid ? namesOrNull(akid->value->issuer) : nullptr;
+}
+
+tavik_biginteger *tavik_cert_akid_getissuercertsn(const tavik_cert_akid *akid)
+{
+    return akid ? tavik::detail::newBigInt(akid->value->serial) : nullptr;
+}
+
+// NameConstraints ::= SEQUENCE { permittedSubtrees [0] GeneralSubtrees OPTIONAL,
+//                                excludedSubtrees  [1] GeneralSubtrees OPTIONAL }
+tavik_cert_nameconstraints *tavik_cert_ext_tonameconstraints(const tavik_cert_ext *ext)
+{
+    return wrap<tavik_cert_nameconstraints>(
+        decodeWhole<NAME_CONSTRAINTS, NAME_CONSTRAINTS_it>(ext));
+}
+
+void tavik_cert_nameconstraints_free(tavik_cert_nameconstraints *nc)
+{
+    freeObject(nc);
+}
+
+tavik_cert_generalsubtrees *
+tavik_cert_nameconstraints_getpremit(const tavik_cert_nameconstraints *nc)
+{
+    if (!nc || !nc->value->permittedSubtrees)
+        return nullptr;
+    return tavik::detail::newGeneralSubtrees(nc->value->permittedSubtrees);
+}
+
+tavik_cert_generalsubtrees *
+tavik_cert_nameconstraints_getexclude(const tavik_cert_nameconstraints *nc)
+{
+    if (!nc || !nc->value->excludedSubtrees)
+        return nullptr;
+    return tavik::detail::newGeneralSubtrees(nc->value->excludedSubtrees);
+}
+
+// SubjectAltName, IssuerAltName, CertificateIssuer ::= GeneralNames
+// GeneralNames ::= SEQUENCE SIZE (1..MAX) OF GeneralName
+tavik_cert_generalnames *tavik_cert_ext_togeneralnames(const tavik_cert_ext *ext)
+{
+    const auto names = decodeWhole<GENERAL_NAMES, GENERAL_NAMES_it>(ext);
+    return names ? tavik::detail::newGeneralNames(names.get()) : nullptr;
+}
+
+// CRLDistributionPoints, FreshestCRL ::= SEQUENCE SIZE (1..MAX) OF DistributionPoint
+tavik_cert_crldps *tavik_cert_ext_tocrldp(const tavik_cert_ext *ext)
+{
+    return wrap<tavik_cert_crldps>(decodeWhole<CRL_DIST_POINTS, CRL_DIST_POINTS_it>(ext));
+}
+
+void tavik_cert_crldps_free(tavik_cert_crldps *dps)
+{
+    freeObject(dps);
+}
+
+int tavik_cert_crldps_getitemcount(const tavik_cert_crldps *dps)
+{
+    return dps ? sk_DIST_POINT_num(dps->value.get()) : -1;
+}
+
+// DistributionPoint ::= SEQUENCE { distributionPoint [0] DistributionPointName OPTIONAL,
+//     reasons [1] ReasonFlags OPTIONAL, cRLIssuer [2] GeneralNames OPTIONAL }
+tavik_cert_distpoint *tavik_cert_crldps_getitem(const tavik_cert_crldps *dps, int index)
+{
+    if (!dps)
+        return nullptr;
+    return wrap<tavik_cert_distpoint>(
+        dupItem<DIST_POINT, DIST_POINT_it>(sk_DIST_POINT_value(dps->value.get(), index)));
+}
+
+void tavik_cert_distpoint_free(tavik_cert_distpoint *dp)
+{
+    freeObject(dp);
+}
+
+tavik_cert_dpname *tavik_cert_distpoint_getdpname(const tavik_cert_distpoint *dp)
+{
+    return dp ? newDpName(dp->value->distpoint) : nullptr;
+}
+
+tavik_bitset *tavik_cert_distpoint_getreasons(const tavik_cert_distpoint *dp)
+{
+    return dp ? tavik::detail::newBitSet(dp->value->reasons) : nullptr;
+}
+
+tavik_cert_generalnames *tavik_cert_distpoint_getcrlissuer(const tavik_cert_distpoint *dp)
+{
+    return dp ? namesOrNull(dp->value->CRLissuer) : nullptr;
+}
+
+// DistributionPointName ::= CHOICE { fullName [0] GeneralNames,
+//     nameRelativeToCRLIssuer [1] RelativeDistinguishedName }
+void tavik_cert_dpname_free(tavik_cert_dpname *name)
+{
+    freeObject(name);
+}
+
+int tavik_cert_dpname_gettype(const tavik_cert_dpname *name)
+{
+    if (!name)
+        return -1;
+    const int type = name->value->type;
+    return type == TAVIK_DPNAME_FULLNAME || type == TAVIK_DPNAME_RELATIVE ? type : -1;
+}
+
+tavik_cert_generalnames *tavik_cert_dpname_getfullname(const tavik_cert_dpname *name)
+{
+    if (tavik_cert_dpname_gettype(name) != TAVIK_DPNAME_FULLNAME)
+        return nullptr;
+    return namesOrNull(name->value->name.fullname);
+}
+
+tavik_cert_rdn *tavik_cert_dpname_getrelname(const tavik_cert_dpname *name)
+{
+    if (tavik_cert_dpname_gettype(name) != TAVIK_DPNAME_RELATIVE || !name->value->name.relativename)
+        return nullptr;
+    return tavik::detail::newRdn(name->value->name.relativename);
+}
+
+// IssuingDistributionPoint ::= SEQUENCE {
+//     distributionPoint [0] DistributionPointName OPTIONAL,
+//     onlyContainsUserCerts [1] BOOLEAN DEFAULT FALSE,
+//     onlyContainsCACerts [2] BOOLEAN DEFAULT FALSE,
+//     onlySomeReasons [3] ReasonFlags OPTIONAL,
+//     indirectCRL [4] BOOLEAN DEFAULT FALSE,
+//     onlyContainsAttributeCerts [5] BOOLEAN DEFAULT FALSE }
+tavik_cert_idp *tavik_cert_ext_toidp(const tavik_cert_ext *ext)
+{
+    return wrap<tavik_cert_idp>(decodeWhole<ISSUING_DIST_POINT, ISSUING_DIST_POINT_it>(ext));
+}
+
+void tavik_cert_idp_free(tavik_cert_idp *idp)
+{
+    freeObject(idp);
+}
+
+tavik_cert_dpname *tavik_cert_idp_getdpname(const tavik_cert_idp *idp)
+{
+    return idp ? newDpName(idp->value->distpoint) : nullptr;
+}
+
+// A decoded TRUE keeps its content octet (FF), not 1.
+int tavik_cert_idp_isonlycontainsusercerts(const tavik_cert_idp *idp)
+{
+    return idp && idp->value->onlyuser ? 1 : 0;
+}
+
+int tavik_cert_idp_isonlycontainscacerts(const tavik_cert_idp *idp)
+{
+    return idp && idp->value->onlyCA ? 1 : 0;
+}
+
+int tavik_cert_idp_isonlycontainsattrcerts(const tavik_cert_idp *idp)
+{
+    return idp && idp->value->onlyattr ? 1 : 0;
+}
+
+int tavik_cert_idp_isindirectcrl(const tavik_cert_idp *idp)
+{
+    return idp && idp->value->indirectCRL ? 1 : 0;
+}
+
+tavik_bitset *tavik_cert_idp_getconverreasons(const tavik_cert_idp *idp)
+{
+    return idp ? tavik::detail::newBitSet(idp->value->onlysomereasons) : nullptr;
+}
+
+// AuthorityInfoAccessSyntax, SubjectInfoAccessSyntax ::=
+//     SEQUENCE SIZE (1..MAX) OF AccessDescription
+tavik_cert_accessdescs *tavik_cert_ext_toaccessdescs(const tavik_cert_ext *ext)
+{
+    return wrap<tavik_cert_accessdescs>(
+        decodeWhole<AUTHORITY_INFO_ACCESS, AUTHORITY_INFO_ACCESS_it>(ext));
+}
+
+void tavik_cert_accessdescs_free(tavik_cert_accessdescs *descs)
+{
+    freeObject(descs);
+}
+
+int tavik_cert_accessdescs_getitemcount(const tavik_cert_accessdescs *descs)
+{
+    return descs ? sk_ACCESS_DESCRIPTION_num(descs->value.get()) : -1;
+}
+
+// AccessDescription ::= SEQUENCE { accessMethod OBJECT IDENTIFIER,
+//                                  accessLocation GeneralName }
+tavik_cert_accessdesc *tavik_cert_accessdescs_getitem(const tavik_cert_accessdescs *descs,
+                                                      int index)
+{
+    if (!descs)
+        return nullptr;
+    return wrap<tavik_cert_accessdesc>(dupItem<ACCESS_DESCRIPTION, ACCESS_DESCRIPTION_it>(
+        sk_ACCESS_DESCRIPTION_value(descs->value.get(), index)));
+}
+
+void tavik_cert_accessdesc_free(tavik_cert_accessdesc *desc)
+{
+    freeObject(desc);
+}
+
+char *tavik_cert_accessdesc_getmethod(const tavik_cert_accessdesc *desc)
+{
+    return desc ? dottedOid(desc->value->method) : nullptr;
+}
+
+tavik_cert_generalname *tavik_cert_accessdesc_getlocation(const tavik_cert_accessdesc *desc)
+{
+    if (!desc || !desc->value->location)
+        return nullptr;
+    return tavik::detail::newGeneralName(desc->value->location);
+}
+
+// Netscape URLs and comment ::= IA5String
+tavik_ustring *tavik_cert_ext_toia5string(const tavik_cert_ext *ext)
+{
+    const auto value = decodeWhole<ASN1_IA5STRING, ASN1_IA5STRING_it>(ext);
+    return value ? tavik::detail::newUString(value.get()) : nullptr;
+}
+
+// National identifiers ::= PrintableString
+tavik_ustring *tavik_cert_ext_toprintablestring(const tavik_cert_ext *ext)
+{
+    const auto value = decodeWhole<ASN1_PRINTABLESTRING, ASN1_PRINTABLESTRING_it>(ext);
+    return value ? tavik::detail::newUString(value.get()) : nullptr;
+}
+
+} // extern "C"
