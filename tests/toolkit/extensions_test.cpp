@@ -1198,4 +1198,79 @@ TEST(PrivateKeyUsagePeriod, DatesMatchOpenssl)
     }
 }
 
+// Structures made by hand with their optional parts left out: every absent
+// part reads as null, every flag as 0.
+TEST(Converters, AbsentPartsAreNull)
+{
+    // AuthorityKeyIdentifier { [0] AB CD, [2] 10 01 }: no issuer names.
+    const Holder akidExt = extOf({0x30, 0x08, 0x80, 0x02, 0xAB, 0xCD, 0x82, 0x02, 0x10, 0x01});
+    const AkidPtr akid(tavik_cert_ext_toakid(akidExt.ext.get()));
+    ASSERT_TRUE(akid);
+    EXPECT_EQ(hexOf(BlobPtr(tavik_cert_akid_getkeyid(akid.get())).get()), "ABCD");
+    EXPECT_FALSE(NamesPtr(tavik_cert_akid_getissuerissuername(akid.get())));
+    EXPECT_EQ(valueOf(BigIntPtr(tavik_cert_akid_getissuercertsn(akid.get()))), 0x1001);
+    const AkidPtr emptyAkid(tavik_cert_ext_toakid(extOf({0x30, 0x00}).ext.get()));
+    ASSERT_TRUE(emptyAkid);
+    EXPECT_FALSE(BlobPtr(tavik_cert_akid_getkeyid(emptyAkid.get())));
+    EXPECT_FALSE(BigIntPtr(tavik_cert_akid_getissuercertsn(emptyAkid.get())));
+
+    // One empty DistributionPoint.
+    const DpsPtr dps(tavik_cert_ext_tocrldp(extOf({0x30, 0x02, 0x30, 0x00}).ext.get()));
+    ASSERT_EQ(tavik_cert_crldps_getitemcount(dps.get()), 1);
+    const DpPtr dp(tavik_cert_crldps_getitem(dps.get(), 0));
+    ASSERT_TRUE(dp);
+    EXPECT_FALSE(DpNamePtr(tavik_cert_distpoint_getdpname(dp.get())));
+    EXPECT_FALSE(BitSetPtr(tavik_cert_distpoint_getreasons(dp.get())));
+    EXPECT_FALSE(NamesPtr(tavik_cert_distpoint_getcrlissuer(dp.get())));
+
+    // An empty IssuingDistributionPoint: the BOOLEANs take their DEFAULT.
+    const IdpPtr idp(tavik_cert_ext_toidp(extOf({0x30, 0x00}).ext.get()));
+    ASSERT_TRUE(idp);
+    EXPECT_FALSE(DpNamePtr(tavik_cert_idp_getdpname(idp.get())));
+    EXPECT_FALSE(BitSetPtr(tavik_cert_idp_getconverreasons(idp.get())));
+    EXPECT_EQ(tavik_cert_idp_isonlycontainsusercerts(idp.get()) +
+                  tavik_cert_idp_isonlycontainscacerts(idp.get()) +
+                  tavik_cert_idp_isonlycontainsattrcerts(idp.get()) +
+                  tavik_cert_idp_isindirectcrl(idp.get()),
+              0);
+    // onlyContainsCACerts [2] TRUE: exactly 1, not the content octet.
+    const IdpPtr caOnly(tavik_cert_ext_toidp(extOf({0x30, 0x03, 0x82, 0x01, 0xFF}).ext.get()));
+    EXPECT_EQ(tavik_cert_idp_isonlycontainscacerts(caOnly.get()), 1);
+
+    // A user notice with explicit text only (a VisibleString), no reference.
+    // PolicyInformation { 1.2.3, { { id-qt-unotice, UserNotice { "Hi" } } } }
+    const Holder policies =
+        extOf({0x30, 0x1A, 0x30, 0x18, 0x06, 0x02, 0x2A, 0x03, 0x30, 0x12, 0x30, 0x10, 0x06, 0x08,
+               0x2B, 0x06, 0x01, 0x05, 0x05, 0x07, 0x02, 0x02, 0x30, 0x04, 0x1A, 0x02, 'H',  'i'});
+    const PoliciesPtr list(tavik_cert_ext_tocertpolicies(policies.ext.get()));
+    const InfoPtr info(tavik_cert_certpolicies_getitem(list.get(), 0));
+    const QualPtr qualifier(tavik_cert_policyinfo_getqualifier(info.get(), 0));
+    const NoticePtr notice(tavik_cert_polqualifierinfo_getusernotice(qualifier.get()));
+    ASSERT_TRUE(notice);
+    EXPECT_EQ(utf8(tavik_cert_usernotice_getexplicittext(notice.get())), "Hi");
+    EXPECT_FALSE(UStringPtr(tavik_cert_usernotice_getreforg(notice.get())));
+    EXPECT_EQ(tavik_cert_usernotice_getrefnumberscount(notice.get()), 0);
+    EXPECT_EQ(hexOf(BlobPtr(tavik_cert_polqualifierinfo_getqualifierencode(qualifier.get())).get()),
+              "30041A024869");
+}
+
+// The private fixture: unknown extensions keep their flags and raw bytes (in
+// the list test); a PrintableString value reads as its text.
+TEST(PrivateValues, PrintableStringMatchesAsn1Parse)
+{
+    const char *oid = "1.2.156.10260.4.1.2";
+    long offset = -1;
+    for (const RefExt &ext : referenceExtensions("ext-private"))
+        if (ext.oid == oid)
+            offset = ext.offset;
+    const std::vector<ParsedLine> value =
+        asn1parse("-in " + fixturePath("ext-private.der") + " -strparse " + std::to_string(offset));
+    ASSERT_EQ(value.size(), 1U);
+    ASSERT_EQ(value[0].type, "PRINTABLESTRING");
+    const CertPtr cert = loadCert("ext-private");
+    const ExtPtr ext = findExt(cert.get(), oid);
+    EXPECT_EQ(utf8(tavik_cert_ext_toprintablestring(ext.get())), value[0].value);
+    EXPECT_FALSE(UStringPtr(tavik_cert_ext_toia5string(ext.get())));
+}
+
 } // namespace
