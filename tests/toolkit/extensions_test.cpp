@@ -347,9 +347,9 @@ Holder extOf(const Bytes &value, const char *oid = "1.2.3.4")
 // Certificates with basic constraints, key usage and a key identifier.
 const char *const kFixtures[] = {"rsa-leaf", "rsa-root", "rsa-inter", "ec-leaf",
                                  "sm2-self", "ext-std",  "ext-ca"};
-const char *const kAllFixtures[] = {"rsa-leaf",  "rsa-root",   "rsa-inter", "ec-leaf",
-                                    "sm2-self",  "ext-std",    "ext-ca",    "ext-crl",
-                                    "ext-names", "ext-private"};
+const char *const kAllFixtures[] = {"rsa-leaf",  "rsa-root",    "rsa-inter", "ec-leaf",
+                                    "sm2-self",  "ext-std",     "ext-ca",    "ext-crl",
+                                    "ext-names", "ext-private", "ext-bad"};
 
 TEST(ExtensionList, MatchesAsn1ParseInOrderWithCriticalFlagsAndRawValues)
 {
@@ -742,7 +742,7 @@ std::string colonless(std::string hex)
 
 TEST(AuthorityKeyIdentifier, PartsMatchOpenssl)
 {
-    for (const char *name : {"rsa-leaf", "ext-std"}) {
+    for (const char *name : {"rsa-leaf", "ext-std", "ext-bad"}) {
         SCOPED_TRACE(name);
         const ExtText ref = extText(name, "authorityKeyIdentifier");
         std::string keyid;
@@ -1271,6 +1271,27 @@ TEST(PrivateValues, PrintableStringMatchesAsn1Parse)
     const ExtPtr ext = findExt(cert.get(), oid);
     EXPECT_EQ(utf8(tavik_cert_ext_toprintablestring(ext.get())), value[0].value);
     EXPECT_FALSE(UStringPtr(tavik_cert_ext_toia5string(ext.get())));
+}
+
+// The malformed fixture: the list still reads (see the list test); basic
+// constraints with a byte after the value are refused, though the openssl
+// command shows them; the rest reads as encoded.
+TEST(BadFixture, TrailingBytesRefusedOddFormsRead)
+{
+    const CertPtr cert = loadCert("ext-bad");
+    ASSERT_TRUE(cert);
+    const ExtPtr bc = findExt(cert.get(), "2.5.29.19");
+    ASSERT_TRUE(bc);
+    EXPECT_TRUE(extText("ext-bad", "basicConstraints").present);
+    EXPECT_FALSE(BcPtr(tavik_cert_ext_tobasicconstraints(bc.get())));
+
+    EXPECT_EQ(
+        bitsOf(BitSetPtr(tavik_cert_ext_tobitstring(findExt(cert.get(), "2.5.29.15").get())).get()),
+        std::set<int>{9});
+
+    const DpsPtr dps(tavik_cert_ext_tocrldp(findExt(cert.get(), "2.5.29.31").get()));
+    ASSERT_EQ(tavik_cert_crldps_getitemcount(dps.get()), 1);
+    expectPoint(DpPtr(tavik_cert_crldps_getitem(dps.get(), 0)).get(), PrintedPoint{});
 }
 
 } // namespace
