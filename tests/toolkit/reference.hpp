@@ -1,0 +1,286 @@
+// Helpers the extension, name and field tests share: reading what the openssl
+// command prints, turning toolkit values into comparable text, and making
+// certificates around hand-written DER where no fixture has the case.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <openssl/objects.h>
+#include <openssl/x509.h>
+
+#include <cctype>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <set>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "fixtures.hpp"
+#include "tavik_ptr.hpp"
+
+namespace pkiui::test {
+
+using tavik::BigIntPtr;
+using tavik::BitSetPtr;
+using tavik::BlobPtr;
+using tavik::CertPtr;
+using tavik::Free;
+using tavik::TextPtr;
+using Bytes = std::vector<unsigned char>;
+using UStringPtr = std::unique_ptr<tavik_ustring, Free<tavik_ustring_free>>;
+using DnPtr = std::unique_ptr<tavik_cert_dn, Free<tavik_cert_dn_free>>;
+using RdnPtr = std::unique_ptr<tavik_cert_rdn, Free<tavik_cert_rdn_free>>;
+using ExtsPtr = std::unique_ptr<tavik_cert_exts, Free<tavik_cert_exts_free>>;
+using ExtPtr = std::unique_ptr<tavik_cert_ext, Free<tavik_cert_ext_free>>;
+using NamesPtr = std::unique_ptr<tavik_cert_generalnames, Free<tavik_cert_generalnames_free>>;
+using NamePtr = std::unique_ptr<tavik_cert_generalname, Free<tavik_cert_generalname_free>>;
+using SubtreesPtr =
+    std::unique_ptr<tavik_cert_generalsubtrees, Free<tavik_cert_generalsubtrees_free>>;
+using SubtreePtr = std::unique_ptr<tavik_cert_generalsubtree, Free<tavik_cert_generalsubtree_free>>;
+using NcPtr = std::unique_ptr<tavik_cert_nameconstraints, Free<tavik_cert_nameconstraints_free>>;
+
+// ---- Text ----
+
+inline std::string trim(const std::string &s)
+{
+    const auto first = s.find_first_not_of(" \t\r\n");
+    const auto last = s.find_last_not_of(" \t\r\n");
+    return first == std::string::npos ? "" : s.substr(first, last - first + 1);
+}
+
+inline std::vector<std::string> split(const std::string &text, const std::string &separator)
+{
+    std::vector<std::string> parts;
+    std::size_t from = 0;
+    for (std::size_t at; (at = text.find(separator, from)) != std::string::npos;
+         from = at + separator.size())
+        parts.push_back(trim(text.substr(from, at - from)));
+    parts.push_back(trim(text.substr(from)));
+    return parts;
+}
+
+inline std::string hex(const unsigned char *data, std::size_t length)
+{
+    std::string out;
+    char two[3];
+    for (std::size_t i = 0; i < length; ++i) {
+        std::snprintf(two, sizeof two, "%02X", data[i]);
+        out += two;
+    }
+    return out;
+}
+inline std::string hex(const Bytes &bytes)
+{
+    return hex(bytes.data(), bytes.size());
+}
+// Takes the blob over; "-" for none.
+inline std::string hex(tavik_data_blob *owned)
+{
+    const BlobPtr blob(owned);
+    return blob ? hex(blob->data, blob->length) : "-";
+}
+
+inline Bytes fromHex(const std::string &text)
+{
+    Bytes out;
+    for (std::size_t i = 0; i + 1 < text.size(); i += 2)
+        out.push_back(static_cast<unsigned char>(std::stoi(text.substr(i, 2), nullptr, 16)));
+    return out;
+}
+
+// Upper-case hex digits of openssl's "04:c1:a8:\n    ad" text, whole bytes.
+inline std::string digitsOf(const std::string &text)
+{
+    std::string out;
+    for (const char c : text)
+        if (std::isxdigit(static_cast<unsigned char>(c)))
+            out += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return out.size() % 2 ? "0" + out : out;
+}
+
+// Dotted form of an OID name or number as OpenSSL knows it.
+inline std::string dotted(const std::string &name)
+{
+    const std::unique_ptr<ASN1_OBJECT, Free<ASN1_OBJECT_free>> obj(OBJ_txt2obj(name.c_str(), 0));
+    char text[128] = "";
+    if (obj)
+        OBJ_obj2txt(text, sizeof text, obj.get(), 1);
+    return text;
+}
+
+// ---- Toolkit values, each taken over ----
+
+inline std::string textOf(char *owned)
+{
+    const TextPtr text(owned);
+    return text ? text.get() : "(null)";
+}
+
+inline std::optional<std::string> utf8(tavik_ustring *owned)
+{
+    const UStringPtr s(owned);
+    char *out = nullptr;
+    std::size_t length = 0;
+    if (!s || tavik_ustring_tombs(s.get(), "UTF-8", &out, &length) != 1)
+        return std::nullopt;
+    const TextPtr text(out);
+    return std::string(out, length);
+}
+
+inline std::optional<std::int64_t> valueOf(tavik_biginteger *owned)
+{
+    const BigIntPtr n(owned);
+    std::int64_t v = 0;
+    if (!n || tavik_biginteger_getvalue(n.get(), &v) != 1)
+        return std::nullopt;
+    return v;
+}
+
+inline std::set<int> bitsOf(tavik_bitset *owned)
+{
+    const BitSetPtr set(owned);
+    std::set<int> bits;
+    for (int i = 0; set && i < 64; ++i)
+        if (tavik_bitset_isset(set.get(), i))
+            bits.insert(i);
+    return bits;
+}
+
+// ---- openssl asn1parse ----
+
+// One line of `openssl asn1parse`, and the bytes it points at.
+struct Node {
+    std::size_t offset = 0, headerLength = 0, length = 0;
+    int depth = 0;
+    std::string type, value;
+    Bytes content(const Bytes &der, std::size_t skip = 0) const
+    {
+        return Bytes(der.begin() + static_cast<long>(offset + headerLength + skip),
+                     der.begin() + static_cast<long>(offset + headerLength + length));
+    }
+};
+
+inline std::vector<Node> asn1parse(const std::string &arguments)
+{
+    std::vector<Node> nodes;
+    std::istringstream in(openssl("asn1parse -inform DER " + arguments));
+    for (std::string line; std::getline(in, line);) {
+        Node n;
+        char kind[8];
+        int used = 0;
+        if (std::sscanf(line.c_str(), " %zu:d=%d hl=%zu l=%zu %7s %n", &n.offset, &n.depth,
+                        &n.headerLength, &n.length, kind, &used) < 5)
+            continue;
+        const std::string rest = line.substr(static_cast<std::size_t>(used));
+        const auto colon = rest.find(':');
+        n.type = trim(rest.substr(0, colon));
+        n.value = colon == rest.npos ? "" : rest.substr(colon + 1);
+        nodes.push_back(n);
+    }
+    return nodes;
+}
+
+inline Bytes readFile(const std::string &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// ---- DER by hand ----
+
+inline Bytes tlv(unsigned char tag, const Bytes &content)
+{
+    const std::size_t n = content.size();
+    Bytes out{tag};
+    if (n >= 0x80) {
+        out.push_back(0x82);
+        out.push_back(static_cast<unsigned char>(n >> 8));
+    }
+    out.push_back(static_cast<unsigned char>(n & 0xFF));
+    out.insert(out.end(), content.begin(), content.end());
+    return out;
+}
+
+inline Bytes operator+(Bytes a, const Bytes &b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+inline Bytes str(const std::string &s)
+{
+    return Bytes(s.begin(), s.end());
+}
+
+inline Bytes oidDer(const char *oid)
+{
+    const std::unique_ptr<ASN1_OBJECT, Free<ASN1_OBJECT_free>> obj(OBJ_txt2obj(oid, 1));
+    unsigned char *der = nullptr;
+    const int n = obj ? i2d_ASN1_OBJECT(obj.get(), &der) : -1;
+    const Bytes out = n > 0 ? Bytes(der, der + n) : Bytes{};
+    OPENSSL_free(der);
+    return out;
+}
+
+// ---- Certificates made here ----
+
+// Adds an extension whose value is the DER given.
+inline bool addRawExt(X509 *x, const char *oid, const Bytes &value, bool critical = false)
+{
+    const std::unique_ptr<ASN1_OBJECT, Free<ASN1_OBJECT_free>> obj(OBJ_txt2obj(oid, 1));
+    const std::unique_ptr<ASN1_OCTET_STRING, Free<ASN1_OCTET_STRING_free>> octets(
+        ASN1_OCTET_STRING_new());
+    if (!obj || !octets ||
+        !ASN1_OCTET_STRING_set(octets.get(), value.data(), static_cast<int>(value.size())))
+        return false;
+    const std::unique_ptr<X509_EXTENSION, Free<X509_EXTENSION_free>> ext(
+        X509_EXTENSION_create_by_OBJ(nullptr, obj.get(), critical, octets.get()));
+    return ext && X509_add_ext(x, ext.get(), -1);
+}
+
+// A v3 certificate OpenSSL makes and signs with a P-256 key after edit has
+// changed it.
+inline CertPtr madeCert(const std::function<bool(X509 *)> &edit)
+{
+    static const KeyPtr key(EVP_EC_gen("P-256"));
+    const X509Ptr x(X509_new());
+    if (!key || !x || X509_set_version(x.get(), X509_VERSION_3) != 1 ||
+        !X509_gmtime_adj(X509_getm_notBefore(x.get()), 0) ||
+        !X509_gmtime_adj(X509_getm_notAfter(x.get()), 86400) ||
+        X509_set_pubkey(x.get(), key.get()) != 1 || !edit(x.get()) ||
+        X509_sign(x.get(), key.get(), EVP_sha256()) <= 0)
+        return nullptr;
+    return handleOf(x.get());
+}
+
+// A certificate with the subject name (DER) and raw extensions {oid, value}.
+inline CertPtr certWith(const Bytes &subject,
+                        const std::vector<std::pair<const char *, Bytes>> &exts = {})
+{
+    return madeCert([&](X509 *x) {
+        const unsigned char *p = subject.data();
+        const std::unique_ptr<X509_NAME, Free<X509_NAME_free>> name(
+            d2i_X509_NAME(nullptr, &p, static_cast<long>(subject.size())));
+        if (!name || !X509_set_subject_name(x, name.get()))
+            return false;
+        for (const auto &[oid, value] : exts)
+            if (!addRawExt(x, oid, value))
+                return false;
+        return true;
+    });
+}
+
+inline ExtPtr findExt(TAVIK_CERT_st *cert, const char *oid)
+{
+    const ExtsPtr exts(tavik_cert_getexts(cert));
+    return ExtPtr(tavik_cert_exts_find(exts.get(), oid));
+}
+
+} // namespace pkiui::test
