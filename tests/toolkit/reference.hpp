@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -37,6 +38,7 @@ using Bytes = std::vector<unsigned char>;
 using UStringPtr = std::unique_ptr<tavik_ustring, Free<tavik_ustring_free>>;
 using DnPtr = std::unique_ptr<tavik_cert_dn, Free<tavik_cert_dn_free>>;
 using RdnPtr = std::unique_ptr<tavik_cert_rdn, Free<tavik_cert_rdn_free>>;
+using AtvPtr = std::unique_ptr<tavik_cert_attrtypeandvalue, Free<tavik_cert_attrtypeandvalue_free>>;
 using ExtsPtr = std::unique_ptr<tavik_cert_exts, Free<tavik_cert_exts_free>>;
 using ExtPtr = std::unique_ptr<tavik_cert_ext, Free<tavik_cert_ext_free>>;
 using NamesPtr = std::unique_ptr<tavik_cert_generalnames, Free<tavik_cert_generalnames_free>>;
@@ -153,6 +155,78 @@ inline std::set<int> bitsOf(tavik_bitset *owned)
     return bits;
 }
 
+// ---- Readings printed the way the openssl command prints them ----
+
+// An OID by its long name, dotted when OpenSSL has no name for it.
+inline std::string named(char *owned)
+{
+    const std::string oid = textOf(owned);
+    const std::unique_ptr<ASN1_OBJECT, Free<ASN1_OBJECT_free>> obj(OBJ_txt2obj(oid.c_str(), 1));
+    char text[128] = "";
+    if (obj)
+        OBJ_obj2txt(text, sizeof text, obj.get(), 0);
+    return text;
+}
+
+inline std::string colonHex(tavik_data_blob *owned)
+{
+    std::string out, digits = hex(owned);
+    for (std::size_t i = 0; i < digits.size(); i += 2)
+        out += (i ? ":" : "") + digits.substr(i, 2);
+    return out;
+}
+
+// An RDN and a DN as "/C=CN/O=x" (oneline) or as "C = CN, O = x".
+inline std::string rdnText(const tavik_cert_rdn *rdn, bool oneline)
+{
+    std::string out;
+    for (int k = 0; k < tavik_cert_rdn_getitemcount(rdn); ++k) {
+        const AtvPtr atv(tavik_cert_rdn_getitem(rdn, k));
+        const std::string type = textOf(tavik_cert_attrtypeandvalue_gettype(atv.get()));
+        out += std::string(k ? (oneline ? "+" : " + ") : "") +
+               OBJ_nid2sn(OBJ_txt2nid(type.c_str())) + (oneline ? "=" : " = ") +
+               utf8(tavik_cert_attrtypeandvalue_getstring(atv.get())).value_or("?");
+    }
+    return out;
+}
+
+inline std::string dnText(const tavik_cert_dn *dn, bool oneline)
+{
+    std::string out;
+    for (int i = 0; i < tavik_cert_dn_getitemcount(dn); ++i)
+        out += (oneline ? "/"
+                : i     ? ", "
+                        : "") +
+               rdnText(RdnPtr(tavik_cert_dn_getitem(dn, i)).get(), oneline);
+    return out;
+}
+
+inline std::string printed(const tavik_cert_generalname *name, bool oneline = true)
+{
+    using Getter = tavik_ustring *(*)(const tavik_cert_generalname *);
+    const std::map<int, std::pair<const char *, Getter>> texts = {
+        {TAVIK_GN_RFC822, {"email:", tavik_cert_generalname_getrfc822name}},
+        {TAVIK_GN_DNS, {"DNS:", tavik_cert_generalname_getdnsname}},
+        {TAVIK_GN_URI, {"URI:", tavik_cert_generalname_geturi}},
+    };
+    const int type = tavik_cert_generalname_gettype(name);
+    if (texts.count(type))
+        return texts.at(type).first + utf8(texts.at(type).second(name)).value_or("?");
+    if (type == TAVIK_GN_DIRNAME)
+        return "DirName:" + dnText(DnPtr(tavik_cert_generalname_getdirname(name)).get(), oneline);
+    if (type == TAVIK_GN_REGID)
+        return "Registered ID:" + textOf(tavik_cert_generalname_getregid(name));
+    return type == TAVIK_GN_IP ? "IP Address:" + textOf(tavik_cert_generalname_getip(name)) : "?";
+}
+
+inline std::vector<std::string> printed(const tavik_cert_generalnames *names, bool oneline = true)
+{
+    std::vector<std::string> out;
+    for (int i = 0; i < tavik_cert_generalnames_getitemcount(names); ++i)
+        out.push_back(printed(NamePtr(tavik_cert_generalnames_getitem(names, i)).get(), oneline));
+    return out;
+}
+
 // ---- openssl asn1parse ----
 
 // One line of `openssl asn1parse`, and the bytes it points at.
@@ -191,6 +265,38 @@ inline Bytes readFile(const std::string &path)
 {
     std::ifstream in(path, std::ios::binary);
     return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// `openssl x509 -ext NAME`: presence, critical flag, trimmed text lines.
+struct ExtText {
+    bool present = false;
+    bool critical = false;
+    std::string body;
+};
+
+inline ExtText extText(const std::string &fixture, const std::string &name)
+{
+    std::istringstream in(
+        openssl("x509 -noout -in " + fixturePath(fixture + ".pem") + " -ext " + name));
+    ExtText out;
+    std::string header;
+    if (!std::getline(in, header) || header.find(':') == std::string::npos ||
+        header.rfind("No extensions", 0) == 0)
+        return out;
+    out.present = true;
+    out.critical = header.find("critical") != std::string::npos;
+    for (std::string line; std::getline(in, line);)
+        out.body += (out.body.empty() ? "" : "\n") + trim(line);
+    out.body = trim(out.body);
+    return out;
+}
+
+inline std::string join(const std::vector<std::string> &parts, const std::string &separator)
+{
+    std::string out;
+    for (const std::string &part : parts)
+        out += (out.empty() ? "" : separator) + part;
+    return out;
 }
 
 // ---- DER by hand ----
