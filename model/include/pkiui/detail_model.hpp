@@ -1,0 +1,135 @@
+// One certificate as the ordered, labelled rows of the detail list.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "tavik_ptr.hpp"
+
+namespace pkiui {
+
+// Row kind bits; a row may carry several.
+enum RowKind : unsigned {
+    kVersion1Field = 1,
+    kExtension = 2,
+    kCriticalExtension = 4,
+    kTavikExtension = 8,
+    kAttribute = 16,
+    kAllRows = 31,
+};
+
+// Value and content of a field that cannot be read.
+inline constexpr const char *kUnavailable = "(信息不可用或为空)";
+
+struct CertDetailInfoItem {
+    std::string name;
+    std::string value;
+    std::string content;
+    unsigned type = 0;
+};
+
+class ShowCertDetailDlgModel {
+  public:
+    ShowCertDetailDlgModel();
+    ~ShowCertDetailDlgModel();
+    ShowCertDetailDlgModel(const ShowCertDetailDlgModel &) = delete;
+    ShowCertDetailDlgModel &operator=(const ShowCertDetailDlgModel &) = delete;
+
+    // Keeps a duplicate of cert and reads every field; false for null.
+    bool setCertHandle(TAVIK_CERT_st *cert);
+
+    // The filter: a pop-up position (0..5) or a kind mask.
+    void switchToIndex(int index);
+    void setSelectedIndex(unsigned mask);
+    unsigned selectedIndex() const { return m_selectedIndex; }
+
+    // Row names in the order added (a repeated name appears twice), and those
+    // the filter keeps. Every name is a key of the rows.
+    const std::vector<std::string> &keys() const { return m_keys; }
+    const std::vector<std::string> &displayKeys() const { return m_displayKeys; }
+    // The row stored under a name (the later one when a name repeats).
+    const CertDetailInfoItem *item(const std::string &name) const;
+
+    // The table: rows under the filter, and a selection that shows content.
+    int numberOfRows() const { return static_cast<int>(m_displayKeys.size()); }
+    const CertDetailInfoItem *rowAt(int row) const;
+    void selectionDidChange(int row) const;
+    std::function<void(const std::string &content)> showContent;
+
+    void AddCertInfo(const std::string &name, const std::string &value, const std::string &content,
+                     unsigned type);
+
+    // ---- Shared formatting; nullopt where a reader would get nothing. ----
+
+    // Upper-case hex, one blank between bytes.
+    static std::optional<std::string> GetHexNumber(const unsigned char *data, std::size_t length);
+    // "label = value" for every attribute of the name, in stored order.
+    static std::optional<std::vector<std::string>> GetAttributeByDn(const tavik_cert_dn *dn);
+    static int AddAttrItemByOid(std::vector<std::string> &list,
+                                const tavik_cert_attrtypeandvalue *attr);
+    // 2024年03月05日 08:00:00 in local time (" UTC" appended when the
+    // conversion fails).
+    static std::string FormatTime(const tavik_time *time);
+    static std::optional<std::string> GetBitSet(const tavik_bitset *bits);
+    static std::optional<std::string> GetBigInt(const tavik_biginteger *number);
+    static std::optional<std::string> GetDecBigInt(const tavik_biginteger *number);
+    static std::optional<std::string> GetAlgorithmParam(const tavik_cert_algorithmid *alg);
+    static std::string GetSignatureAlgorithmByOid(const std::string &oid);
+    static std::string GetPublicKeyAlgorithmByOid(const std::string &oid);
+    // Unbroken hex digest of the certificate's DER for a digest code
+    // (0x1000 MD5, 0x2000 SHA1, 0x4000 SHA256, 0x6000 SHA512).
+    static std::optional<std::string> ContractAThumbprint(TAVIK_CERT_st *cert, int algo);
+
+    // ---- Strings ----
+
+    // A toolkit string to display text, through the wide conversion.
+    static std::optional<std::string> GetNSStringFromUString(const tavik_ustring *string);
+    // UTF-8 bytes to display text, through a toolkit string.
+    static std::optional<std::string> UTF8String2NSString(const unsigned char *bytes,
+                                                          std::size_t length);
+
+    // ---- Raw extension values under a configured method ----
+
+    // Decodes the value by method name ("UTF8String", "Integer", ...).
+    static bool DecodeUnkownExtValue(const tavik_data_blob &value, const std::string &method,
+                                     std::string &text);
+    static std::optional<std::string> DecodeNULLExtValue(const tavik_data_blob &value);
+
+  private:
+    void getCertInfomation();
+    void changeDisplayKeys();
+
+    // Basic fields.
+    void GetCertVersion();
+    void GetCertSerialNumber();
+    void GetCertSignAlgo();
+    void GetCertIssuer();
+    void GetCertValidity();
+    void GetCertSubject();
+    void GetCertIssuerUniqueID();
+    void GetCertSubjectUniqueID();
+    void addNameRow(const char *rowName, tavik_cert_dn *dn);
+
+    // Key, signature, thumbprints.
+    void GetCertPublicKeyInfo();
+    void GetCertSignature();
+    void GetCertThumbprint();
+
+    // Extensions.
+    void GetCertExtensions();
+    void GetExtension(const tavik_cert_ext *ext);
+    void AddErrorExt(const tavik_cert_ext *ext, const std::string &name, unsigned type);
+    void addUnknownExtension(const tavik_cert_ext *ext, const std::string &oid, bool critical);
+
+    tavik::CertPtr m_pCert;
+    std::unordered_map<std::string, CertDetailInfoItem> m_certInfos;
+    std::vector<std::string> m_keys;
+    std::vector<std::string> m_displayKeys;
+    unsigned m_selectedIndex = 0;
+};
+
+} // namespace pkiui
