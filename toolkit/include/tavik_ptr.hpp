@@ -25,8 +25,13 @@ using BigIntPtr = std::unique_ptr<tavik_biginteger, Free<tavik_biginteger_free>>
 using BitSetPtr = std::unique_ptr<tavik_bitset, Free<tavik_bitset_free>>;
 using BlobPtr = std::unique_ptr<tavik_data_blob, Free<tavik_data_blob_free>>;
 using DevicePtr = std::unique_ptr<TAVIK_PKI_DEVICE_HANDLE_st, Free<TavikPKIDeviceClose>>;
+using UStringPtr = std::unique_ptr<tavik_ustring, Free<tavik_ustring_free>>;
+using Asn1ValuePtr = std::unique_ptr<tavik_asn1_value, Free<tavik_asn1_value_free>>;
+using ExtsPtr = std::unique_ptr<tavik_cert_exts, Free<tavik_cert_exts_free>>;
+using ExtPtr = std::unique_ptr<tavik_cert_ext, Free<tavik_cert_ext_free>>;
 // Texts from tavik_free and TavikPKICryptoFreeMemory share one heap.
 using TextPtr = std::unique_ptr<char, Free<tavik_free>>;
+using WideTextPtr = std::unique_ptr<wchar_t, Free<tavik_free>>;
 
 // A certification path: an array of handles and its count.
 class CertPath {

@@ -1,0 +1,298 @@
+// Toolkit strings to display text, and raw extension values decoded under a
+// configured method name.
+#include <clocale>
+#include <cstdio>
+#include <cwchar>
+#include <locale.h>
+
+#include <array>
+#include <string_view>
+
+#include "pkiui/detail_model.hpp"
+
+namespace pkiui {
+
+namespace {
+
+// A UTF-8 character-type locale for the wide conversion; null when the
+// machine has none. Created once: a locale object may serve every thread.
+locale_t utf8CtypeLocale()
+{
+    static const locale_t locale = [] {
+        locale_t l = newlocale(LC_CTYPE_MASK, "zh_CN.UTF-8", locale_t{});
+        return l ? l : newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
+    }();
+    return locale;
+}
+
+// Switches the calling thread's locale and puts the previous one back.
+class ThreadLocaleSwitch {
+  public:
+    explicit ThreadLocaleSwitch(locale_t locale) : m_previous(locale ? uselocale(locale) : nullptr)
+    {
+    }
+    ~ThreadLocaleSwitch()
+    {
+        if (m_previous)
+            uselocale(m_previous);
+    }
+    ThreadLocaleSwitch(const ThreadLocaleSwitch &) = delete;
+    ThreadLocaleSwitch &operator=(const ThreadLocaleSwitch &) = delete;
+
+  private:
+    locale_t m_previous;
+};
+
+void appendUtf8(std::string &out, char32_t c)
+{
+    if (c < 0x80) {
+        out += static_cast<char>(c);
+    } else if (c < 0x800) {
+        out += static_cast<char>(0xC0 | (c >> 6));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        out += static_cast<char>(0xE0 | (c >> 12));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (c >> 18));
+        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    }
+}
+
+// The value must be exactly one TLV of the type: trailing bytes are refused.
+tavik::Asn1ValuePtr decodeWhole(const tavik_data_blob &value, int type)
+{
+    tavik_asn1_value *decoded = nullptr;
+    if (tavik_asn1_mem_decode(value.data, value.length, type, &decoded) != 1)
+        return nullptr;
+    tavik::Asn1ValuePtr owned(decoded);
+    if (tavik_asn1_value_getencodedlength(decoded) != value.length)
+        return nullptr;
+    return owned;
+}
+
+// Content octets of a decoded string type.
+tavik::BlobPtr contentOf(const tavik_data_blob &value, int type)
+{
+    const tavik::Asn1ValuePtr decoded = decodeWhole(value, type);
+    return tavik::BlobPtr(decoded ? tavik_asn1_octetstring_getblob(decoded.get()) : nullptr);
+}
+
+std::string hexOf(const unsigned char *data, std::size_t length)
+{
+    std::string text;
+    text.reserve(length * 2);
+    char digits[3];
+    for (std::size_t i = 0; i < length; ++i) {
+        std::snprintf(digits, sizeof digits, "%02X", data[i]);
+        text += digits;
+    }
+    return text;
+}
+
+bool DecodeUTF8StringExtValue(const tavik_data_blob &value, std::string &text)
+{
+    const tavik::BlobPtr octets = contentOf(value, TAVIK_ASN1_UTF8STRING);
+    if (!octets)
+        return false;
+    auto decoded = ShowCertDetailDlgModel::UTF8String2NSString(octets->data, octets->length);
+    if (!decoded)
+        return false;
+    text = std::move(*decoded);
+    return true;
+}
+
+// PrintableString, IA5String and VisibleString: 7-bit bytes only.
+bool DecodeASCIIStringExtValue(int type, const tavik_data_blob &value, std::string &text)
+{
+    const tavik::BlobPtr octets = contentOf(value, type);
+    if (!octets)
+        return false;
+    const auto *begin = octets->data;
+    const auto *end = begin + octets->length;
+    for (const auto *p = begin; p != end; ++p)
+        if (*p > 127)
+            return false;
+    text.assign(begin, end);
+    return true;
+}
+
+template <int Type> bool decodeAscii(const tavik_data_blob &value, std::string &text)
+{
+    return DecodeASCIIStringExtValue(Type, value, text);
+}
+
+// UTF-16, big-endian; a lone surrogate becomes U+FFFD.
+bool DecodeBMPStringExtValue(const tavik_data_blob &value, std::string &text)
+{
+    const tavik::BlobPtr octets = contentOf(value, TAVIK_ASN1_BMPSTRING);
+    if (!octets || octets->length % 2 != 0)
+        return false;
+    std::string out;
+    const std::size_t units = octets->length / 2;
+    const auto unitAt = [&](std::size_t i) -> char32_t {
+        return static_cast<char32_t>(octets->data[2 * i] << 8 | octets->data[2 * i + 1]);
+    };
+    for (std::size_t i = 0; i < units; ++i) {
+        const char32_t unit = unitAt(i);
+        if (unit >= 0xD800 && unit <= 0xDBFF && i + 1 < units && unitAt(i + 1) >= 0xDC00 &&
+            unitAt(i + 1) <= 0xDFFF) {
+            appendUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (unitAt(i + 1) - 0xDC00));
+            ++i;
+        } else if (unit >= 0xD800 && unit <= 0xDFFF) {
+            appendUtf8(out, 0xFFFD);
+        } else {
+            appendUtf8(out, unit);
+        }
+    }
+    text = std::move(out);
+    return true;
+}
+
+bool DecodeOIDExtValue(const tavik_data_blob &value, std::string &text)
+{
+    const tavik::Asn1ValuePtr decoded = decodeWhole(value, TAVIK_ASN1_OID);
+    const tavik::TextPtr dotted(decoded ? tavik_asn1_oid_getstring(decoded.get()) : nullptr);
+    if (!dotted)
+        return false;
+    text = dotted.get();
+    return true;
+}
+
+bool DecodeOctetStringExtValue(const tavik_data_blob &value, std::string &text)
+{
+    const tavik::BlobPtr octets = contentOf(value, TAVIK_ASN1_OCTET_STRING);
+    if (!octets)
+        return false;
+    text = hexOf(octets->data, octets->length);
+    return true;
+}
+
+// Every content octet as encoded, sign byte included.
+bool DecodeIntegerExtValue(const tavik_data_blob &value, std::string &text)
+{
+    const tavik::Asn1ValuePtr decoded = decodeWhole(value, TAVIK_ASN1_INTEGER);
+    const int length = decoded ? tavik_asn1_integer_getlength(decoded.get()) : 0;
+    if (length <= 0)
+        return false;
+    std::string bytes(static_cast<std::size_t>(length), '\0');
+    auto *out = reinterpret_cast<unsigned char *>(bytes.data());
+    if (tavik_asn1_integer_get(decoded.get(), out, bytes.size()) != 1)
+        return false;
+    text = hexOf(out, bytes.size());
+    return true;
+}
+
+bool DecodeBooleanExtValue(const tavik_data_blob &value, std::string &text)
+{
+    const tavik::Asn1ValuePtr decoded = decodeWhole(value, TAVIK_ASN1_BOOLEAN);
+    const int truth = decoded ? tavik_asn1_boolean_istrue(decoded.get()) : -1;
+    if (truth < 0)
+        return false;
+    text = truth ? "True" : "False";
+    return true;
+}
+
+bool decodeNull(const tavik_data_blob &value, std::string &text)
+{
+    auto decoded = ShowCertDetailDlgModel::DecodeNULLExtValue(value);
+    if (!decoded)
+        return false;
+    text = std::move(*decoded);
+    return true;
+}
+
+struct MethodRecord {
+    std::string_view name;
+    bool (*decode)(const tavik_data_blob &value, std::string &text);
+};
+
+constexpr std::array kMethods{
+    MethodRecord{"UTF8String", DecodeUTF8StringExtValue},
+    MethodRecord{"PrintableString", decodeAscii<TAVIK_ASN1_PRINTABLESTRING>},
+    MethodRecord{"IA5String", decodeAscii<TAVIK_ASN1_IA5STRING>},
+    MethodRecord{"VisibleString", decodeAscii<TAVIK_ASN1_VISIBLESTRING>},
+    MethodRecord{"BMPString", DecodeBMPStringExtValue},
+    MethodRecord{"OID", DecodeOIDExtValue},
+    MethodRecord{"NULL", decodeNull},
+    MethodRecord{"OctetString", DecodeOctetStringExtValue},
+    MethodRecord{"Integer", DecodeIntegerExtValue},
+    MethodRecord{"Boolean", DecodeBooleanExtValue},
+};
+
+constexpr bool methodNamesUnique()
+{
+    for (std::size_t i = 0; i < kMethods.size(); ++i)
+        for (std::size_t j = i + 1; j < kMethods.size(); ++j)
+            if (kMethods[i].name == kMethods[j].name)
+                return false;
+    return true;
+}
+static_assert(methodNamesUnique(), "each method name decodes one way");
+
+// Exact, case-sensitive.
+const MethodRecord *findMethod(std::string_view name)
+{
+    for (const auto &record : kMethods)
+        if (record.name == name)
+            return &record;
+    return nullptr;
+}
+
+} // namespace
+
+std::optional<std::string> ShowCertDetailDlgModel::UTF8String2NSString(const unsigned char *bytes,
+                                                                       std::size_t length)
+{
+    if (!bytes && length != 0)
+        return std::nullopt;
+    static const char kEmpty = '\0';
+    const tavik::UStringPtr string(
+        tavik_ustring_newutf8(bytes ? reinterpret_cast<const char *>(bytes) : &kEmpty, length));
+    if (!string)
+        return std::nullopt;
+    char *out = nullptr;
+    size_t outLength = 0;
+    if (tavik_ustring_tombs(string.get(), "UTF-8", &out, &outLength) != 1)
+        return std::nullopt;
+    const tavik::TextPtr owned(out);
+    return std::string(out, outLength);
+}
+
+std::optional<std::string>
+ShowCertDetailDlgModel::GetNSStringFromUString(const tavik_ustring *string)
+{
+    if (!string)
+        return std::nullopt;
+    const tavik::WideTextPtr wide(tavik_ustring_towcs(string));
+    if (!wide)
+        return std::nullopt;
+    const ThreadLocaleSwitch utf8(utf8CtypeLocale());
+    const std::size_t length = std::wcstombs(nullptr, wide.get(), 0);
+    if (length == static_cast<std::size_t>(-1))
+        return std::nullopt;
+    std::string text(length + 1, '\0');
+    if (std::wcstombs(text.data(), wide.get(), length + 1) != length)
+        return std::nullopt;
+    text.resize(length);
+    return text;
+}
+
+bool ShowCertDetailDlgModel::DecodeUnkownExtValue(const tavik_data_blob &value,
+                                                  const std::string &method, std::string &text)
+{
+    const MethodRecord *record = findMethod(method);
+    return record && record->decode(value, text);
+}
+
+std::optional<std::string> ShowCertDetailDlgModel::DecodeNULLExtValue(const tavik_data_blob &value)
+{
+    if (!decodeWhole(value, TAVIK_ASN1_NULL))
+        return std::nullopt;
+    return "NULL";
+}
+
+} // namespace pkiui
