@@ -32,6 +32,19 @@ using ExtPtr = std::unique_ptr<tavik_cert_ext, Free<tavik_cert_ext_free>>;
 // Texts from tavik_free and TavikPKICryptoFreeMemory share one heap.
 using TextPtr = std::unique_ptr<char, Free<tavik_free>>;
 using WideTextPtr = std::unique_ptr<wchar_t, Free<tavik_free>>;
+using BytesPtr = std::unique_ptr<unsigned char, Free<tavik_free>>;
+using AlgPtr = std::unique_ptr<tavik_cert_algorithmid, Free<tavik_cert_algorithmid_free>>;
+using DssParamsPtr = std::unique_ptr<tavik_cert_dssparams, Free<tavik_cert_dssparams_free>>;
+using DnPtr = std::unique_ptr<tavik_cert_dn, Free<tavik_cert_dn_free>>;
+using RdnPtr = std::unique_ptr<tavik_cert_rdn, Free<tavik_cert_rdn_free>>;
+using AtvPtr =
+    std::unique_ptr<tavik_cert_attrtypeandvalue, Free<tavik_cert_attrtypeandvalue_free>>;
+using PubKeyPtr = std::unique_ptr<tavik_cert_pubkey, Free<tavik_cert_pubkey_free>>;
+using RsaKeyPtr = std::unique_ptr<tavik_crypto_rsakey, Free<tavik_crypto_rsakey_free>>;
+using EccKeyPtr = std::unique_ptr<tavik_ecc_pubkey, Free<tavik_ecc_freepubkey>>;
+using EccPointPtr = std::unique_ptr<tavik_ecc_point, Free<tavik_ecc_freepoint>>;
+using EccParamsPtr =
+    std::unique_ptr<tavik_ecc_domainparameters, Free<tavik_ecc_freedomainparameters>>;
 
 // A certification path: an array of handles and its count.
 class CertPath {
