@@ -5,6 +5,13 @@
 #include <string>
 #include <vector>
 
+#include <openssl/evp.h>
+#include <openssl/objects.h>
+#include <openssl/x509.h>
+
+#include <algorithm>
+
+#include "fixtures.hpp"
 #include "pkiui/detail_model.hpp"
 
 namespace {
@@ -136,6 +143,146 @@ TEST(DetailConfiguredValues, NullValueDecoder)
     EXPECT_EQ(ShowCertDetailDlgModel::DecodeNULLExtValue(blobOf(null)), "NULL");
     EXPECT_EQ(ShowCertDetailDlgModel::DecodeNULLExtValue(blobOf(trailing)), std::nullopt);
     EXPECT_EQ(ShowCertDetailDlgModel::DecodeNULLExtValue(blobOf(octets)), std::nullopt);
+}
+
+// ---- Extension rows ----
+
+using Names = std::vector<std::string>;
+
+const std::string kUnknownPrefix = "未知扩展(";
+
+Names unknownExtensionKeys(const ShowCertDetailDlgModel &model)
+{
+    Names names;
+    for (const auto &key : model.keys())
+        if (key.rfind(kUnknownPrefix, 0) == 0)
+            names.push_back(key);
+    return names;
+}
+
+struct ExpectedRow {
+    std::string name;
+    std::string value;
+    unsigned type;
+};
+
+void expectRows(const ShowCertDetailDlgModel &model, const std::vector<ExpectedRow> &rows)
+{
+    for (const auto &row : rows) {
+        const pkiui::CertDetailInfoItem *item = model.item(row.name);
+        ASSERT_NE(item, nullptr) << row.name;
+        EXPECT_EQ(item->value, row.value) << row.name;
+        EXPECT_EQ(item->content, row.value) << row.name;
+        EXPECT_EQ(item->type, row.type) << row.name;
+    }
+}
+
+TEST(DetailExtensionRows, UnknownExtensionsShowTheirRawValueInHex)
+{
+    const tavik::CertPtr cert = pkiui::test::loadCert("ext-private");
+    ASSERT_TRUE(cert);
+    ShowCertDetailDlgModel model;
+    ASSERT_TRUE(model.setCertHandle(cert.get()));
+
+    expectRows(model, {
+                          {"未知扩展(1.2.3.4)", "04 02 AB CD", pkiui::kExtension},
+                          {"未知扩展(1.2.3.5)", "0C 04 63 72 69 74",
+                           pkiui::kExtension | pkiui::kCriticalExtension},
+                      });
+    // Stored order, each once, all before the thumbprint row.
+    const auto &keys = model.keys();
+    const auto first = std::find(keys.begin(), keys.end(), "未知扩展(1.2.3.4)");
+    const auto second = std::find(keys.begin(), keys.end(), "未知扩展(1.2.3.5)");
+    EXPECT_LT(first, second);
+    EXPECT_EQ(std::count(keys.begin(), keys.end(), "未知扩展(1.2.3.4)"), 1);
+    EXPECT_EQ(keys.back(), "缩略图");
+
+    model.switchToIndex(3);
+    const auto &critical = model.displayKeys();
+    EXPECT_NE(std::find(critical.begin(), critical.end(), "未知扩展(1.2.3.5)"), critical.end());
+    EXPECT_EQ(std::find(critical.begin(), critical.end(), "未知扩展(1.2.3.4)"), critical.end());
+}
+
+TEST(DetailExtensionRows, CertificateWithoutExtensionsHasNoExtensionRows)
+{
+    const tavik::CertPtr cert = pkiui::test::loadCert("v1-cert");
+    ASSERT_TRUE(cert);
+    ShowCertDetailDlgModel model;
+    ASSERT_TRUE(model.setCertHandle(cert.get()));
+    model.switchToIndex(2);
+    EXPECT_TRUE(model.displayKeys().empty());
+}
+
+using ExtensionPtr = std::unique_ptr<X509_EXTENSION, tavik::Free<X509_EXTENSION_free>>;
+using ObjectPtr = std::unique_ptr<ASN1_OBJECT, tavik::Free<ASN1_OBJECT_free>>;
+using OctetsPtr = std::unique_ptr<ASN1_OCTET_STRING, tavik::Free<ASN1_OCTET_STRING_free>>;
+
+struct RawExtension {
+    const char *oid;
+    bool critical;
+    std::vector<unsigned char> value;
+};
+
+// A self-signed P-256 certificate carrying exactly these extensions, in order
+// (OpenSSL adds a repeated OID as it is given).
+pkiui::test::X509Ptr certificateWith(const std::vector<RawExtension> &extensions)
+{
+    const pkiui::test::KeyPtr key(EVP_EC_gen("P-256"));
+    pkiui::test::X509Ptr x(X509_new());
+    if (!key || !x || X509_set_version(x.get(), 2) != 1 ||
+        ASN1_INTEGER_set(X509_get_serialNumber(x.get()), 7) != 1)
+        return nullptr;
+    X509_NAME *name = X509_get_subject_name(x.get());
+    X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
+                               reinterpret_cast<const unsigned char *>("repeat"), -1, -1, 0);
+    X509_set_issuer_name(x.get(), name);
+    X509_gmtime_adj(X509_getm_notBefore(x.get()), 0);
+    X509_gmtime_adj(X509_getm_notAfter(x.get()), 86400);
+    X509_set_pubkey(x.get(), key.get());
+    for (const auto &raw : extensions) {
+        const ObjectPtr object(OBJ_txt2obj(raw.oid, 1));
+        const OctetsPtr octets(ASN1_OCTET_STRING_new());
+        if (!object || !octets ||
+            ASN1_OCTET_STRING_set(octets.get(), raw.value.data(),
+                                  static_cast<int>(raw.value.size())) != 1)
+            return nullptr;
+        const ExtensionPtr ext(
+            X509_EXTENSION_create_by_OBJ(nullptr, object.get(), raw.critical, octets.get()));
+        if (!ext || X509_add_ext(x.get(), ext.get(), -1) != 1)
+            return nullptr;
+    }
+    if (X509_sign(x.get(), key.get(), EVP_sha256()) <= 0)
+        return nullptr;
+    return x;
+}
+
+TEST(DetailExtensionRows, RepeatedExtensionGivesTwoKeysOfOneName)
+{
+    const auto x = certificateWith({
+        {"1.2.3.4", false, bytesOf({0x04, 0x01, 0x01})},
+        {"1.2.3.9", true, bytesOf({0x05, 0x00})},
+        {"1.2.3.6", false, {}},
+        {"1.2.3.4", true, bytesOf({0x04, 0x01, 0x02})},
+    });
+    ASSERT_TRUE(x);
+    const tavik::CertPtr cert = pkiui::test::handleOf(x.get());
+    ASSERT_TRUE(cert);
+    ShowCertDetailDlgModel model;
+    ASSERT_TRUE(model.setCertHandle(cert.get()));
+
+    const Names expected = {"未知扩展(1.2.3.4)", "未知扩展(1.2.3.9)", "未知扩展(1.2.3.6)",
+                            "未知扩展(1.2.3.4)"};
+    EXPECT_EQ(unknownExtensionKeys(model), expected);
+    // The later row wins under the shared name.
+    expectRows(model,
+               {
+                   {"未知扩展(1.2.3.4)", "04 01 02", pkiui::kExtension | pkiui::kCriticalExtension},
+                   {"未知扩展(1.2.3.9)", "05 00", pkiui::kExtension | pkiui::kCriticalExtension},
+                   {"未知扩展(1.2.3.6)", "", pkiui::kExtension},
+               });
+    model.switchToIndex(3);
+    EXPECT_EQ(model.displayKeys(),
+              (Names{"未知扩展(1.2.3.4)", "未知扩展(1.2.3.9)", "未知扩展(1.2.3.4)"}));
 }
 
 } // namespace

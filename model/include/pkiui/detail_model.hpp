@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -11,6 +12,9 @@
 #include "tavik_ptr.hpp"
 
 namespace pkiui {
+
+// An entry of the extension dispatch table (detail_extensions.cpp).
+struct ExtensionRecord;
 
 // Row kind bits; a row may carry several.
 enum RowKind : unsigned {
@@ -124,6 +128,11 @@ class ShowCertDetailDlgModel {
     void GetExtension(const tavik_cert_ext *ext);
     void AddErrorExt(const tavik_cert_ext *ext, const std::string &name, unsigned type);
     void addUnknownExtension(const tavik_cert_ext *ext, const std::string &oid, bool critical);
+    // Runs the entry's decoder; false while that decoder is not available.
+    bool runExtDecoder(const ExtensionRecord &record, const tavik_cert_ext *ext);
+    // The configured name, decoded text and TAVIK flag of an unknown extension.
+    static bool DecodeUnkownExtValue(const tavik_cert_ext *ext, std::string &extName,
+                                     std::string &extValue, int32_t &isTavik);
 
     tavik::CertPtr m_pCert;
     std::unordered_map<std::string, CertDetailInfoItem> m_certInfos;
