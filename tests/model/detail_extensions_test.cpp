@@ -117,6 +117,7 @@ TEST(DetailConfiguredValues, EveryMethodOnHandWrittenDer)
         {"NULL", bytesOf({0x05, 0x00}), "NULL"},
         {"NULL", bytesOf({0x05, 0x00, 0x00}), std::nullopt},
         {"NULL", bytesOf({0x05, 0x01, 0x00}), std::nullopt},
+        {"NULL", bytesOf({0x04, 0x00}), std::nullopt},
         // The method name must match exactly.
         {"utf8string", bytesOf({0x0C, 0x01, 0x41}), std::nullopt},
         {"Utf8String", bytesOf({0x0C, 0x01, 0x41}), std::nullopt},
@@ -133,16 +134,6 @@ TEST(DetailConfiguredValues, EveryMethodOnHandWrittenDer)
             EXPECT_EQ(text, *c.expected) << c.method;
         }
     }
-}
-
-TEST(DetailConfiguredValues, NullValueDecoder)
-{
-    auto null = bytesOf({0x05, 0x00});
-    auto trailing = bytesOf({0x05, 0x00, 0x00});
-    auto octets = bytesOf({0x04, 0x00});
-    EXPECT_EQ(ShowCertDetailDlgModel::DecodeNULLExtValue(blobOf(null)), "NULL");
-    EXPECT_EQ(ShowCertDetailDlgModel::DecodeNULLExtValue(blobOf(trailing)), std::nullopt);
-    EXPECT_EQ(ShowCertDetailDlgModel::DecodeNULLExtValue(blobOf(octets)), std::nullopt);
 }
 
 // ---- Extension rows ----
