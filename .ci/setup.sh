@@ -11,7 +11,7 @@ jobs=$(nproc 2>/dev/null || echo 2)
 packages=(build-essential cmake pkg-config git openssl libssl-dev libp11-kit-dev p11-kit
           qt6-base-dev libgl-dev fonts-wqy-microhei)
 case $job in
-test) packages+=(libgtest-dev libbenchmark-dev softhsm2 xvfb xauth xdotool) ;;
+test) packages+=(libgtest-dev libbenchmark-dev softhsm2 xvfb xauth xdotool ca-certificates) ;;
 demo) ;;
 *) echo "usage: $0 demo|test" >&2; exit 2 ;;
 esac
