@@ -1,0 +1,101 @@
+// What the detail tab pays per certificate against OpenSSL doing the like:
+// a handle from DER against d2i_X509, and the rows against X509_print_ex.
+#include <benchmark/benchmark.h>
+
+#include <openssl/bio.h>
+#include <openssl/x509.h>
+
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "pkiui/detail_model.hpp"
+#include "tavik_ptr.hpp"
+
+namespace {
+
+using X509Ptr = std::unique_ptr<X509, tavik::Free<X509_free>>;
+using BioPtr = std::unique_ptr<BIO, tavik::Free<BIO_free>>;
+
+std::vector<unsigned char> readFixture(const char *name)
+{
+    std::ifstream in(std::string(PKIUI_FIXTURES) + "/" + name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+tavik::CertPtr handleOf(const std::vector<unsigned char> &der)
+{
+    TAVIK_CERT_st *cert = nullptr;
+    TavikPKICertNewFromData(der.data(), der.size(), &cert);
+    return tavik::CertPtr(cert);
+}
+
+X509Ptr x509Of(const std::vector<unsigned char> &der)
+{
+    const unsigned char *p = der.data();
+    return X509Ptr(d2i_X509(nullptr, &p, static_cast<long>(der.size())));
+}
+
+void HandleFromDer(benchmark::State &state, const char *fixture)
+{
+    const auto der = readFixture(fixture);
+    if (!handleOf(der))
+        return state.SkipWithError("fixture does not load");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(handleOf(der));
+}
+
+void D2iX509(benchmark::State &state, const char *fixture)
+{
+    const auto der = readFixture(fixture);
+    if (!x509Of(der))
+        return state.SkipWithError("fixture does not load");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(x509Of(der));
+}
+
+// Every row of the detail list; a model serves one certificate, so each
+// iteration makes its own.
+void Rows(benchmark::State &state, const char *fixture)
+{
+    const tavik::CertPtr cert = handleOf(readFixture(fixture));
+    if (!cert)
+        return state.SkipWithError("fixture does not load");
+    int rows = 0;
+    for (auto _ : state) {
+        pkiui::ShowCertDetailDlgModel model;
+        benchmark::DoNotOptimize(model.setCertHandle(cert.get()));
+        rows = model.numberOfRows();
+    }
+    state.counters["rows"] = rows;
+}
+
+// OpenSSL's whole text form into memory: its nearest counterpart.
+void X509Print(benchmark::State &state, const char *fixture)
+{
+    const X509Ptr x509 = x509Of(readFixture(fixture));
+    if (!x509)
+        return state.SkipWithError("fixture does not load");
+    long bytes = 0;
+    for (auto _ : state) {
+        const BioPtr bio(BIO_new(BIO_s_mem()));
+        X509_print_ex(bio.get(), x509.get(), XN_FLAG_COMPAT, X509_FLAG_COMPAT);
+        bytes = BIO_number_written(bio.get());
+    }
+    state.counters["bytes"] = static_cast<double>(bytes);
+}
+
+BENCHMARK_CAPTURE(HandleFromDer, rsa_leaf, "rsa-leaf.der")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(HandleFromDer, ec_leaf, "ec-leaf.der")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(D2iX509, rsa_leaf, "rsa-leaf.der")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(D2iX509, ec_leaf, "ec-leaf.der")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Rows, rsa_leaf, "rsa-leaf.der")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Rows, ec_leaf, "ec-leaf.der")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(X509Print, rsa_leaf, "rsa-leaf.der")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(X509Print, ec_leaf, "ec-leaf.der")->Unit(benchmark::kMicrosecond);
+
+} // namespace
+
+BENCHMARK_MAIN();
