@@ -2,6 +2,10 @@
 // selection callback and what a second certificate does to the rows.
 #include <gtest/gtest.h>
 
+#include <openssl/pem.h>
+
+#include <algorithm>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -203,6 +207,48 @@ TEST(DetailCertificate, RsaLeafFiltersFieldsAttributesAndNoTavikRows)
     EXPECT_EQ(model.displayKeys(), Names{"缩略图"});
     model.switchToIndex(0);
     EXPECT_EQ(model.displayKeys(), model.keys());
+}
+
+// Extension count and critical count as OpenSSL reads the fixture.
+std::pair<int, int> opensslExtensions(const std::string &name)
+{
+    std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(fixturePath(name + ".pem").c_str(), "r"),
+                                                std::fclose);
+    const X509Ptr x(file ? PEM_read_X509(file.get(), nullptr, nullptr, nullptr) : nullptr);
+    if (!x)
+        return {-1, -1};
+    int critical = 0;
+    for (int i = 0; i < X509_get_ext_count(x.get()); ++i)
+        critical += X509_EXTENSION_get_critical(X509_get_ext(x.get(), i)) ? 1 : 0;
+    return {X509_get_ext_count(x.get()), critical};
+}
+
+// rsa-leaf: one row per extension, key usage the only critical one.
+TEST(DetailCertificate, RsaLeafExtensionMasks)
+{
+    const auto [extensions, critical] = opensslExtensions("rsa-leaf");
+    ASSERT_GT(extensions, 0);
+    ASSERT_EQ(critical, 1);
+    const auto count = static_cast<std::size_t>(extensions);
+    tavik::CertPtr cert = loadCert("rsa-leaf");
+    ASSERT_TRUE(cert);
+    ShowCertDetailDlgModel model;
+    ASSERT_TRUE(model.setCertHandle(cert.get()));
+
+    // Fields, then extensions in certificate order, then the thumbprints.
+    ASSERT_EQ(model.displayKeys().size(), kV1FieldNames.size() + count + 1);
+    const auto first = model.keys().begin() + 9;
+    const Names extensionRows(first, first + extensions);
+    model.switchToIndex(2);
+    EXPECT_EQ(model.displayKeys(), extensionRows);
+    for (const std::string &name : extensionRows)
+        EXPECT_EQ(model.item(name)->type & ~kCriticalExtension, unsigned{kExtension}) << name;
+
+    model.switchToIndex(3);
+    ASSERT_EQ(model.numberOfRows(), 1);
+    EXPECT_EQ(model.rowAt(0)->type, 6u);
+    EXPECT_NE(std::find(extensionRows.begin(), extensionRows.end(), model.rowAt(0)->name),
+              extensionRows.end());
 }
 
 TEST(DetailCertificate, SecondCertificateRefillsRowsButKeepsTheFirstNames)
