@@ -12,32 +12,26 @@
 
 namespace {
 
+// Each test starts and ends with an empty table.
 class ConfigFile : public testing::Test {
   protected:
     void SetUp() override { pkiui::ClearExtEncodeConfigForTest(); }
-    void TearDown() override
-    {
-        pkiui::ClearExtEncodeConfigForTest();
-        std::remove(m_path.c_str());
-    }
+    void TearDown() override { SetUp(); }
     int load(const std::string &text)
     {
         std::ofstream(m_path, std::ios::binary) << text;
-        return pkiui::LoadExtEncodeConfig(m_path.c_str());
+        const int result = pkiui::LoadExtEncodeConfig(m_path.c_str());
+        std::remove(m_path.c_str());
+        return result;
     }
-    // The one section left in the table; a null method for none.
-    void expectKept(const std::string &name, const char *method, int isTavik,
-                    const std::string &text)
+    // The table's size, then its last section as name|method|isTavik.
+    static std::string kept()
     {
         const auto last = pkiui::ExtEncodeConfigLastSectionForTest();
-        ASSERT_EQ(pkiui::ExtEncodeConfigSizeForTest(), method ? 1u : 0u)
-            << testing::PrintToString(text);
-        ASSERT_EQ(last.has_value(), method != nullptr) << testing::PrintToString(text);
-        if (method) {
-            EXPECT_EQ(last->name + "|" + last->encodeMethod + "|" + std::to_string(last->isTavik),
-                      name + "|" + method + "|" + std::to_string(isTavik))
-                << testing::PrintToString(text);
-        }
+        return std::to_string(pkiui::ExtEncodeConfigSizeForTest()) +
+               (last ? "|" + last->name + "|" + last->encodeMethod + "|" +
+                           std::to_string(last->isTavik)
+                     : "");
     }
     const std::string m_path = testing::TempDir() + "ext-encode-config-test.conf";
 };
@@ -48,51 +42,50 @@ TEST_F(ConfigFile, LinesSectionsAndFailures)
     const struct {
         std::string text;
         int result;
-        const char *name, *method; // the section kept; null method: none
-        int isTavik;
+        std::string kept;
     } cases[] = {
-        {"", 0, "", nullptr, 0},
-        {"[1.2.3.4.5]\nEncodeMethod = UTF8String\nisTavik = 1\n", 1, "1.2.3.4.5", "UTF8String", 1},
-        {"[1.2]\nEncodeMethod=OID", 1, "1.2", "OID", 0},
-        {"\xEF\xBB\xBF[1.2.3.4]\r\nEncodeMethod=OID\r\n", 1, "1.2.3.4", "OID", 0},
-        {"[1.2]\nEncodeMethod=OID\n\xEF\xBB\xBF[1.3]\nEncodeMethod=NULL\n", 0, "", nullptr, 0},
-        {"[1.2]\nEncodeMethod=OID\r\r\n", 1, "1.2", "OID\r", 0},
-        {" \t[1.2.3]\t \n\t EncodeMethod\t=\tInteger  \n  isTavik =  1\t\n", 1, "1.2.3", "Integer",
-         1},
-        {"[ 1.2 ]\nEncodeMethod=OID\n", 1, " 1.2 ", "OID", 0},
-        {"[]\nEncodeMethod=Boolean\n", 1, "", "Boolean", 0},
-        {"EncodeMethod=OID\n[1.2]\nEncodeMethod=OID\n", 0, "", nullptr, 0},
-        {"[1.2]x\nEncodeMethod=OID\n", 0, "", nullptr, 0},
-        {"[1]2]\nEncodeMethod=OID\n", 0, "", nullptr, 0},
-        {"[1.2.3]\n[a=b]x\nEncodeMethod=OID\n", 1, "1.2.3", "OID", 0},
-        {"[1.2]\nEncodeMethod=OID\n\n[1.3]\nEncodeMethod=OID\n", 0, "", nullptr, 0},
-        {"[1.2]\nEncodeMethod=OID\nabc\n", 0, "", nullptr, 0},
-        {"[1.2]\nEncodeMethod=\n", 0, "", nullptr, 0},
-        {"[1.2]\nEncodeMethod = \t\n", 0, "", nullptr, 0},
-        {"[1.2]\nEncodeMethod=OID\nName=\n", 0, "", nullptr, 0},
-        {"[1.2]\nencodemethod = OID\nISTAVIK = 1\n", 1, "1.2", "OID", 1},
-        {"[1.2]\nName = x\n=y\nEncodeMethod=NULL\n", 1, "1.2", "NULL", 0},
-        {"[1.2]\nEncodeMethod = a=b\n", 1, "1.2", "a=b", 0},
-        {"[1.2]\nEncodeMethod=OID\nEncodeMethod=NULL\n", 1, "1.2", "NULL", 0},
-        {"[1.2]\nEncodeMethod=OID\nisTavik=12abc\n", 1, "1.2", "OID", 12},
-        {"[1.2]\nEncodeMethod=OID\nisTavik=x\n", 1, "1.2", "OID", 0},
-        {"[1.2]\nEncodeMethod=OID\nisTavik=1\n[1.3]\nEncodeMethod=UTF8String\n", 1, "1.3",
-         "UTF8String", 0},
-        {"[1.2]\nisTavik=1\n[1.3]\nEncodeMethod=OID\n", 0, "", nullptr, 0},
+        {"", 0, "0"},
+        {"[1.2.3.4.5]\nEncodeMethod = UTF8String\nisTavik = 1\n", 1, "1|1.2.3.4.5|UTF8String|1"},
+        {"[1.2]\nEncodeMethod=OID", 1, "1|1.2|OID|0"},
+        {"\xEF\xBB\xBF[1.2.3.4]\r\nEncodeMethod=OID\r\n", 1, "1|1.2.3.4|OID|0"},
+        {"[1.2]\nEncodeMethod=OID\n\xEF\xBB\xBF[1.3]\nEncodeMethod=NULL\n", 0, "0"},
+        {"[1.2]\nEncodeMethod=OID\r\r\n", 1, "1|1.2|OID\r|0"},
+        {" \t[1.2.3]\t \n\t EncodeMethod\t=\tInteger  \n  isTavik =  1\t\n", 1,
+         "1|1.2.3|Integer|1"},
+        {"[ 1.2 ]\nEncodeMethod=OID\n", 1, "1| 1.2 |OID|0"},
+        {"[]\nEncodeMethod=Boolean\n", 1, "1||Boolean|0"},
+        {"EncodeMethod=OID\n[1.2]\nEncodeMethod=OID\n", 0, "0"},
+        {"[1.2]x\nEncodeMethod=OID\n", 0, "0"},
+        {"[1]2]\nEncodeMethod=OID\n", 0, "0"},
+        {"[1.2.3]\n[a=b]x\nEncodeMethod=OID\n", 1, "1|1.2.3|OID|0"},
+        {"[1.2]\nEncodeMethod=OID\n\n[1.3]\nEncodeMethod=OID\n", 0, "0"},
+        {"[1.2]\nEncodeMethod=OID\nabc\n", 0, "0"},
+        {"[1.2]\nEncodeMethod=\n", 0, "0"},
+        {"[1.2]\nEncodeMethod = \t\n", 0, "0"},
+        {"[1.2]\nEncodeMethod=OID\nName=\n", 0, "0"},
+        {"[1.2]\nencodemethod = OID\nISTAVIK = 1\n", 1, "1|1.2|OID|1"},
+        {"[1.2]\nName = x\n=y\nEncodeMethod=NULL\n", 1, "1|1.2|NULL|0"},
+        {"[1.2]\nEncodeMethod = a=b\n", 1, "1|1.2|a=b|0"},
+        {"[1.2]\nEncodeMethod=OID\nEncodeMethod=NULL\n", 1, "1|1.2|NULL|0"},
+        {"[1.2]\nEncodeMethod=OID\nisTavik=12abc\n", 1, "1|1.2|OID|12"},
+        {"[1.2]\nEncodeMethod=OID\nisTavik=x\n", 1, "1|1.2|OID|0"},
+        {"[1.2]\nEncodeMethod=OID\nisTavik=1\n[1.3]\nEncodeMethod=UTF8String\n", 1,
+         "1|1.3|UTF8String|0"},
+        {"[1.2]\nisTavik=1\n[1.3]\nEncodeMethod=OID\n", 0, "0"},
         // Sections added before a failure stay.
-        {"[1.2]\nEncodeMethod=OID\nisTavik=1\n[1.3]\nisTavik=1\n", 0, "1.2", "OID", 1},
+        {"[1.2]\nEncodeMethod=OID\nisTavik=1\n[1.3]\nisTavik=1\n", 0, "1|1.2|OID|1"},
         {"[1.2]\nEncodeMethod=OID\n[1.3]\nEncodeMethod=Integer\n[1.4]\nEncodeMethod=NULL\nabc\n", 0,
-         "1.3", "Integer", 0},
+         "1|1.3|Integer|0"},
         // A line is read 1023 characters at a time.
-        {"[1.2]\nEncodeMethod=" + std::string(1100, 'A') + "\n", 0, "", nullptr, 0},
-        {"[1.2]\nEncodeMethod=" + b1009 + "\n", 1, "1.2", b1009.c_str(), 0},
-        {"[1.2]\nEncodeMethod=" + b1010 + "\n", 0, "", nullptr, 0},
-        {"[1.2]\nEncodeMethod=" + b1010, 1, "1.2", b1010.c_str(), 0},
+        {"[1.2]\nEncodeMethod=" + std::string(1100, 'A') + "\n", 0, "0"},
+        {"[1.2]\nEncodeMethod=" + b1009 + "\n", 1, "1|1.2|" + b1009 + "|0"},
+        {"[1.2]\nEncodeMethod=" + b1010 + "\n", 0, "0"},
+        {"[1.2]\nEncodeMethod=" + b1010, 1, "1|1.2|" + b1010 + "|0"},
     };
     for (const auto &c : cases) {
         pkiui::ClearExtEncodeConfigForTest();
         EXPECT_EQ(load(c.text), c.result) << testing::PrintToString(c.text);
-        expectKept(c.name, c.method, c.isTavik, c.text);
+        EXPECT_EQ(kept(), c.kept) << testing::PrintToString(c.text);
     }
 }
 
@@ -100,12 +93,12 @@ TEST_F(ConfigFile, LaterLoadsReplaceTheOneSectionAndMissingFilesLoadNothing)
 {
     EXPECT_EQ(pkiui::LoadExtEncodeConfig((m_path + ".absent").c_str()), 0);
     EXPECT_EQ(pkiui::LoadExtEncodeConfig(nullptr), 0);
-    expectKept("", nullptr, 0, "missing");
+    EXPECT_EQ(kept(), "0");
     ASSERT_EQ(load("[1.2]\nEncodeMethod=OID\n"), 1);
     ASSERT_EQ(load("abc\n"), 0);
-    expectKept("1.2", "OID", 0, "failed load keeps the table");
+    EXPECT_EQ(kept(), "1|1.2|OID|0") << "a failed load keeps the table";
     ASSERT_EQ(load("[1.9]\nEncodeMethod=Boolean\nisTavik=1\n"), 1);
-    expectKept("1.9", "Boolean", 1, "same key for every section");
+    EXPECT_EQ(kept(), "1|1.9|Boolean|1") << "one key for every section";
 }
 
 TEST_F(ConfigFile, OnlyTheStoredAddressIsFound)

@@ -40,16 +40,17 @@ struct Loaded {
             cert.reset(raw);
         ok = cert && model.setCertHandle(cert.get());
     }
-    const CertDetailInfoItem &row(const std::string &name) const
-    {
-        static const CertDetailInfoItem kMissing{"(missing)", "(missing)", "(missing)", 0};
-        const CertDetailInfoItem *found = model.item(name);
-        return found ? *found : kMissing;
-    }
     Bytes der;
     tavik::CertPtr cert;
     ShowCertDetailDlgModel model;
     bool ok = false;
 };
+
+// "value|content|kind" of the row stored under a name; "none" without one.
+inline std::string rowText(const ShowCertDetailDlgModel &model, const std::string &name)
+{
+    const CertDetailInfoItem *row = model.item(name);
+    return row ? row->value + "|" + row->content + "|" + std::to_string(row->type) : "none";
+}
 
 } // namespace pkiui::test
