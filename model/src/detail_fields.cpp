@@ -371,7 +371,9 @@ std::optional<std::string> ShowCertDetailDlgModel::GetDecBigInt(const tavik_bigi
         !raw)
         return std::nullopt;
     const tavik::TextPtr digits(raw);
-    return (negative ? "-" : "") + std::string(raw, length);
+    std::string text = negative ? "-" : "";
+    text.append(raw, length);
+    return text;
 }
 
 std::optional<std::string> ShowCertDetailDlgModel::ContractAThumbprint(TAVIK_CERT_st *cert,
