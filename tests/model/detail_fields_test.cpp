@@ -132,7 +132,7 @@ struct ScopedTimeZone {
 };
 
 struct Row {
-    const char *cert; // a fixtureDer spec
+    const char *cert; // a fixtureDer source: NAME or NAME@FROM:TO
     const char *name;
     std::string value;
     std::string content;

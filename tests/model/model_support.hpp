@@ -16,24 +16,24 @@ using Names = std::vector<std::string>;
 
 // NAME.der; "NAME@AA:BB" turns the PKCS#1 OIDs ending in AA into ones ending
 // in BB, for algorithms no fixture carries.
-inline Bytes fixtureDer(const std::string &spec)
+inline Bytes fixtureDer(const std::string &source)
 {
-    const auto at = spec.find('@');
-    Bytes der = readFile(fixturePath(spec.substr(0, at) + ".der"));
+    const auto at = source.find('@');
+    Bytes der = readFile(fixturePath(source.substr(0, at) + ".der"));
     unsigned from = 0, to = 0;
-    if (at == std::string::npos || std::sscanf(spec.c_str() + at + 1, "%x:%x", &from, &to) != 2)
+    if (at == std::string::npos || std::sscanf(source.c_str() + at + 1, "%x:%x", &from, &to) != 2)
         return der;
     const Bytes pkcs1 = fromHex("06092A864886F70D0101");
     for (auto p = std::search(der.begin(), der.end(), pkcs1.begin(), pkcs1.end()); p != der.end();
          p = std::search(p + 1, der.end(), pkcs1.begin(), pkcs1.end()))
-        if (p[10] == from)
+        if (der.end() - p > 10 && p[10] == from)
             p[10] = static_cast<unsigned char>(to);
     return der;
 }
 
 // A model over one certificate, kept with the DER it was given.
 struct Loaded {
-    explicit Loaded(const std::string &spec) : der(fixtureDer(spec))
+    explicit Loaded(const std::string &source) : der(fixtureDer(source))
     {
         TAVIK_CERT_st *raw = nullptr;
         if (!der.empty() && TavikPKICertNewFromData(der.data(), der.size(), &raw) == 1)
