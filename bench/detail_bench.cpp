@@ -5,32 +5,21 @@
 #include <openssl/bio.h>
 #include <openssl/x509.h>
 
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "pkiui/detail_model.hpp"
+#include "bench_fixtures.hpp"
 #include "tavik_ptr.hpp"
 
 namespace {
 
+using pkiui::bench::handleOf;
+using pkiui::bench::readFixture;
+
 using X509Ptr = std::unique_ptr<X509, tavik::Free<X509_free>>;
 using BioPtr = std::unique_ptr<BIO, tavik::Free<BIO_free>>;
-
-std::vector<unsigned char> readFixture(const char *name)
-{
-    std::ifstream in(std::string(PKIUI_FIXTURES) + "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-tavik::CertPtr handleOf(const std::vector<unsigned char> &der)
-{
-    TAVIK_CERT_st *cert = nullptr;
-    TavikPKICertNewFromData(der.data(), der.size(), &cert);
-    return tavik::CertPtr(cert);
-}
 
 X509Ptr x509Of(const std::vector<unsigned char> &der)
 {

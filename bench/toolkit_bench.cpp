@@ -2,39 +2,28 @@
 // shows, and building a path.
 #include <benchmark/benchmark.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "bench_fixtures.hpp"
 #include "tavik_ptr.hpp"
 
 namespace {
 
-std::vector<unsigned char> readFixture(const char *name)
-{
-    std::ifstream in(std::string(PKIUI_FIXTURES) + "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-tavik::CertPtr load(const std::vector<unsigned char> &der)
-{
-    TAVIK_CERT_st *cert = nullptr;
-    TavikPKICertNewFromData(der.data(), der.size(), &cert);
-    return tavik::CertPtr(cert);
-}
+using pkiui::bench::handleOf;
+using pkiui::bench::readFixture;
 
 void LoadDer(benchmark::State &state)
 {
     const auto der = readFixture("rsa-leaf.der");
     for (auto _ : state)
-        benchmark::DoNotOptimize(load(der));
+        benchmark::DoNotOptimize(handleOf(der));
 }
 BENCHMARK(LoadDer);
 
 void DupCert(benchmark::State &state)
 {
-    const auto cert = load(readFixture("rsa-leaf.der"));
+    const auto cert = handleOf(readFixture("rsa-leaf.der"));
     for (auto _ : state)
         tavik::CertPtr dup(TavikPKICertDupCert(cert.get()));
 }
@@ -43,7 +32,7 @@ BENCHMARK(DupCert);
 // The six texts and integers of one selection-list row.
 void RowAttributes(benchmark::State &state)
 {
-    const auto cert = load(readFixture("rsa-leaf.der"));
+    const auto cert = handleOf(readFixture("rsa-leaf.der"));
     for (auto _ : state) {
         for (int code : {TAVIK_ATTR_SUBJECT_CN, TAVIK_ATTR_ISSUER_NAME, TAVIK_ATTR_NOT_AFTER}) {
             char *text = nullptr;
@@ -64,7 +53,7 @@ void BuildPath(benchmark::State &state)
     TavikPKICertStoreClear();
     TavikPKICertStoreAddTrustedFile((std::string(PKIUI_FIXTURES) + "/rsa-root.pem").c_str());
     TavikPKICertStoreAddIntermediateFile((std::string(PKIUI_FIXTURES) + "/rsa-inter.pem").c_str());
-    const auto cert = load(readFixture("rsa-leaf.der"));
+    const auto cert = handleOf(readFixture("rsa-leaf.der"));
     for (auto _ : state) {
         tavik::CertPath path;
         benchmark::DoNotOptimize(

@@ -10,14 +10,25 @@
 #include <cstdio>
 #include <ctime>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tavik_ptr.hpp"
 
 namespace pkiui::test {
+
+using Bytes = std::vector<unsigned char>;
+
+// The whole file; empty when it cannot be read.
+inline Bytes readFile(const std::string &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
 
 inline std::string fixturePath(const std::string &name)
 {

@@ -71,8 +71,7 @@ TEST(CertLoad, MalformedMissingOrNullInputsFailWithoutOutput)
               TAVIK_ERR_NOT_FOUND);
 
     // A decoder that ignores what follows the certificate would accept this.
-    std::ifstream in(fixturePath("rsa-leaf.der"), std::ios::binary);
-    std::vector<unsigned char> der{std::istreambuf_iterator<char>(in), {}};
+    Bytes der = readFile(fixturePath("rsa-leaf.der"));
     ASSERT_GT(der.size(), 100u);
     der.push_back(0);
     EXPECT_NE(TavikPKICertNewFromData(der.data(), der.size(), &cert), 1);

@@ -30,8 +30,7 @@ std::vector<fs::path> filesIn(const fs::path &dir, const std::string &extension 
 
 void replay(const fs::path &file)
 {
-    std::ifstream in(file, std::ios::binary);
-    const std::vector<unsigned char> bytes{std::istreambuf_iterator<char>(in), {}};
+    const auto bytes = pkiui::test::readFile(file);
     const long before = tavik_debug_live_objects();
     pkiui::fuzz::Exercise exercise;
     EXPECT_TRUE(exercise.run(bytes.data(), bytes.size())) << file << ": " << exercise.what();

@@ -34,7 +34,6 @@ using tavik::BlobPtr;
 using tavik::CertPtr;
 using tavik::Free;
 using tavik::TextPtr;
-using Bytes = std::vector<unsigned char>;
 using UStringPtr = std::unique_ptr<tavik_ustring, Free<tavik_ustring_free>>;
 using DnPtr = std::unique_ptr<tavik_cert_dn, Free<tavik_cert_dn_free>>;
 using RdnPtr = std::unique_ptr<tavik_cert_rdn, Free<tavik_cert_rdn_free>>;
@@ -259,12 +258,6 @@ inline std::vector<Node> asn1parse(const std::string &arguments)
         nodes.push_back(n);
     }
     return nodes;
-}
-
-inline Bytes readFile(const std::string &path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 // `openssl x509 -ext NAME`: presence, critical flag, trimmed text lines.
