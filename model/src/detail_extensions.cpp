@@ -161,6 +161,15 @@ const ExtensionRecord *findExtension(std::string_view oid)
 
 } // namespace
 
+std::vector<std::string_view> decodedExtensionOids()
+{
+    std::vector<std::string_view> oids;
+    oids.reserve(kExtensions.size());
+    for (const auto &record : kExtensions)
+        oids.push_back(record.oid);
+    return oids;
+}
+
 // The one place that ties a decoder id to its routine. A decoder that is not
 // listed here is not available, and its extensions take the unknown path.
 // Adding one is a line such as:

@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -15,6 +16,9 @@ namespace pkiui {
 
 // An entry of the extension dispatch table (detail_extensions.cpp).
 struct ExtensionRecord;
+
+// The OIDs that have a decoder of their own, in the order they are matched.
+std::vector<std::string_view> decodedExtensionOids();
 
 // Row kind bits; a row may carry several.
 enum RowKind : unsigned {
