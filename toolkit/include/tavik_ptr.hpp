@@ -45,6 +45,32 @@ using EccKeyPtr = std::unique_ptr<tavik_ecc_pubkey, Free<tavik_ecc_freepubkey>>;
 using EccPointPtr = std::unique_ptr<tavik_ecc_point, Free<tavik_ecc_freepoint>>;
 using EccParamsPtr =
     std::unique_ptr<tavik_ecc_domainparameters, Free<tavik_ecc_freedomainparameters>>;
+using GeneralNamesPtr =
+    std::unique_ptr<tavik_cert_generalnames, Free<tavik_cert_generalnames_free>>;
+using GeneralNamePtr = std::unique_ptr<tavik_cert_generalname, Free<tavik_cert_generalname_free>>;
+using OtherNamePtr = std::unique_ptr<tavik_cert_othername, Free<tavik_cert_othername_free>>;
+using SubtreesPtr =
+    std::unique_ptr<tavik_cert_generalsubtrees, Free<tavik_cert_generalsubtrees_free>>;
+using SubtreePtr =
+    std::unique_ptr<tavik_cert_generalsubtree, Free<tavik_cert_generalsubtree_free>>;
+using AkidPtr = std::unique_ptr<tavik_cert_akid, Free<tavik_cert_akid_free>>;
+using BasicConstraintsPtr =
+    std::unique_ptr<tavik_cert_basicconstraints, Free<tavik_cert_basicconstraints_free>>;
+using ExtKeyUsagePtr = std::unique_ptr<tavik_cert_extkeyusage, Free<tavik_cert_extkeyusage_free>>;
+using CertPoliciesPtr =
+    std::unique_ptr<tavik_cert_certpolicies, Free<tavik_cert_certpolicies_free>>;
+using PolicyInfoPtr = std::unique_ptr<tavik_cert_policyinfo, Free<tavik_cert_policyinfo_free>>;
+using PolQualifierPtr =
+    std::unique_ptr<tavik_cert_polqualifierinfo, Free<tavik_cert_polqualifierinfo_free>>;
+using UserNoticePtr = std::unique_ptr<tavik_cert_usernotice, Free<tavik_cert_usernotice_free>>;
+using PolicyMapsPtr = std::unique_ptr<tavik_cert_policymaps, Free<tavik_cert_policymaps_free>>;
+using PolicyMapPtr = std::unique_ptr<tavik_cert_policymap, Free<tavik_cert_policymap_free>>;
+using PolicyConstraintsPtr =
+    std::unique_ptr<tavik_cert_policyconstraints, Free<tavik_cert_policyconstraints_free>>;
+using NameConstraintsPtr =
+    std::unique_ptr<tavik_cert_nameconstraints, Free<tavik_cert_nameconstraints_free>>;
+using PrivKeyUsagePeriodPtr =
+    std::unique_ptr<tavik_cert_privkeyusageperiod, Free<tavik_cert_privkeyusageperiod_free>>;
 
 // A certification path: an array of handles and its count.
 class CertPath {

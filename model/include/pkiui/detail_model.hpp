@@ -107,6 +107,35 @@ class ShowCertDetailDlgModel {
                                      std::string &text);
     static std::optional<std::string> DecodeNULLExtValue(const tavik_data_blob &value);
 
+    // ---- General names and subtrees: one line each; nullopt on failure ----
+
+    // One text per name in stored order; nullopt when any name fails.
+    static std::optional<std::vector<std::string>>
+    GetGeneralNames(const tavik_cert_generalnames *names);
+    // By the name's choice; types 3 and 4 end without a line break.
+    static std::optional<std::string> GetGeneralName(const tavik_cert_generalname *name);
+    static std::optional<std::string> GetOtherName(const tavik_cert_generalname *name);
+    static std::optional<std::string> GetRFC822Name(const tavik_cert_generalname *name);
+    static std::optional<std::string> GetDNSName(const tavik_cert_generalname *name);
+    static std::optional<std::string> GetURI(const tavik_cert_generalname *name);
+    static std::optional<std::string> GetDirName(const tavik_cert_generalname *name);
+    static std::optional<std::string> GetEDIName(const tavik_cert_generalname *name);
+    static std::optional<std::string> GetIP(const tavik_cert_generalname *name);
+    static std::optional<std::string> GetRegID(const tavik_cert_generalname *name);
+    static std::optional<std::vector<std::string>>
+    GetGeneralSubtrees(const tavik_cert_generalsubtrees *subtrees);
+    // "(min..max)", a line break, a tab and "(Base)" with the base name.
+    static std::optional<std::string> GetGeneralSubtree(const tavik_cert_generalsubtree *subtree);
+    static std::optional<std::string> GetPolicyMapping(const tavik_cert_policymap *map);
+
+    // ---- Policy parts (detail_ext_standard.cpp); nullopt on failure ----
+
+    static std::optional<std::string> GetPolicyInfo(const tavik_cert_policyinfo *info);
+    static std::optional<std::string>
+    GetPolicyQualifierInfo(const tavik_cert_polqualifierinfo *qualifier);
+    static std::optional<std::string> GetCPS(const tavik_cert_polqualifierinfo *qualifier);
+    static std::optional<std::string> GetUserNotice(const tavik_cert_polqualifierinfo *qualifier);
+
   private:
     void getCertInfomation();
     void changeDisplayKeys();
@@ -137,6 +166,22 @@ class ShowCertDetailDlgModel {
     // The configured name, decoded text and TAVIK flag of an unknown extension.
     static bool DecodeUnkownExtValue(const tavik_cert_ext *ext, std::string &extName,
                                      std::string &extValue, int32_t &isTavik);
+
+    // Key-identifier, key-usage, policy and constraint extensions: one row
+    // each (detail_ext_standard.cpp).
+    void GetAuthorityKeyID(const tavik_cert_ext *ext);
+    void GetSubjectKeyID(const tavik_cert_ext *ext);
+    void GetKeyUsage(const tavik_cert_ext *ext);
+    void GetPrivKeyUsagePeriod(const tavik_cert_ext *ext);
+    void GetCertPolicies(const tavik_cert_ext *ext);
+    void GetPolicyMappings(const tavik_cert_ext *ext);
+    void GetSubjectAltName(const tavik_cert_ext *ext);
+    void GetIssuerAltName(const tavik_cert_ext *ext);
+    void GetBasicConstraints(const tavik_cert_ext *ext);
+    void GetNameConstraints(const tavik_cert_ext *ext);
+    void GetPolicyConstraints(const tavik_cert_ext *ext);
+    void GetExtKeyUsage(const tavik_cert_ext *ext);
+    void GetInhibitAnyPolicy(const tavik_cert_ext *ext);
 
     tavik::CertPtr m_pCert;
     std::unordered_map<std::string, CertDetailInfoItem> m_certInfos;

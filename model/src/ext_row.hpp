@@ -1,0 +1,56 @@
+// The one row an extension decoder adds: its name and kind are fixed at the
+// start, value and content grow as the parts are formatted.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "pkiui/detail_model.hpp"
+
+namespace pkiui {
+
+// The base kind (2, or 8 for the private arc) with the extension bit, and the
+// critical bit when the toolkit reports the extension critical.
+inline unsigned extRowType(const tavik_cert_ext *ext, unsigned base = kExtension)
+{
+    return base | kExtension | (tavik_cert_ext_iscrical(ext) == 1 ? kCriticalExtension : 0u);
+}
+
+struct ExtRow {
+    ExtRow(const tavik_cert_ext *ext, std::string rowName, unsigned base = kExtension)
+        : name(std::move(rowName)), type(extRowType(ext, base))
+    {
+    }
+
+    void add(ShowCertDetailDlgModel &model) const { model.AddCertInfo(name, value, content, type); }
+    // The placeholder row: nothing built so far is shown.
+    void addUnavailable(ShowCertDetailDlgModel &model) const
+    {
+        model.AddCertInfo(name, kUnavailable, kUnavailable, type);
+    }
+
+    std::string name;
+    std::string value;
+    std::string content;
+    unsigned type;
+};
+
+// The first item as is, each further one after ", ".
+inline std::string valueList(const std::vector<std::string> &items)
+{
+    std::string text;
+    for (std::size_t i = 0; i < items.size(); ++i)
+        text += (i == 0 ? "" : ", ") + items[i];
+    return text;
+}
+
+// Each item followed by a line break.
+inline std::string contentLines(const std::vector<std::string> &items)
+{
+    std::string text;
+    for (const std::string &item : items)
+        text += item + "\r\n";
+    return text;
+}
+
+} // namespace pkiui
