@@ -176,8 +176,46 @@ std::vector<std::string_view> decodedExtensionOids()
 //     case ExtDecoder::KeyUsage: GetKeyUsage(ext); return true;
 bool ShowCertDetailDlgModel::runExtDecoder(const ExtensionRecord &record, const tavik_cert_ext *ext)
 {
-    (void)ext;
     switch (record.decoder) {
+    case ExtDecoder::AuthorityKeyID:
+        GetAuthorityKeyID(ext);
+        return true;
+    case ExtDecoder::SubjectKeyID:
+        GetSubjectKeyID(ext);
+        return true;
+    case ExtDecoder::KeyUsage:
+        GetKeyUsage(ext);
+        return true;
+    case ExtDecoder::PrivKeyUsagePeriod:
+        GetPrivKeyUsagePeriod(ext);
+        return true;
+    case ExtDecoder::CertPolicies:
+        GetCertPolicies(ext);
+        return true;
+    case ExtDecoder::PolicyMappings:
+        GetPolicyMappings(ext);
+        return true;
+    case ExtDecoder::SubjectAltName:
+        GetSubjectAltName(ext);
+        return true;
+    case ExtDecoder::IssuerAltName:
+        GetIssuerAltName(ext);
+        return true;
+    case ExtDecoder::BasicConstraints:
+        GetBasicConstraints(ext);
+        return true;
+    case ExtDecoder::NameConstraints:
+        GetNameConstraints(ext);
+        return true;
+    case ExtDecoder::PolicyConstraints:
+        GetPolicyConstraints(ext);
+        return true;
+    case ExtDecoder::ExtKeyUsage:
+        GetExtKeyUsage(ext);
+        return true;
+    case ExtDecoder::InhibitAnyPolicy:
+        GetInhibitAnyPolicy(ext);
+        return true;
     default:
         return false;
     }
