@@ -1,0 +1,105 @@
+#include "pkiui/path_model.hpp"
+
+#include "pkiui/cert_status.hpp"
+
+namespace pkiui {
+
+ShowCertPathDlgModel::~ShowCertPathDlgModel() = default;
+
+int ShowCertPathDlgModel::setCertHandle(TAVIK_CERT_st *cert)
+{
+    if (!cert)
+        return 0;
+    // Rows point into the path: both go together.
+    m_certPaths.clear();
+    m_certPath.reset();
+    m_pCert.reset(TavikPKICertDupCert(cert));
+    initTreeCertPath();
+    return 1;
+}
+
+void ShowCertPathDlgModel::initTreeCertPath()
+{
+    // One status for the whole run: an element whose validity cannot be read
+    // keeps the status of the element before it.
+    int32_t status = 0;
+    int built = 0;
+    {
+        const tavik::CertPtr dup(TavikPKICertDupCert(m_pCert.get()));
+        built = TavikPKICertGetCertPath(dup.get(), m_certPath.outCerts(), m_certPath.outCount());
+    }
+    if (built == 1) {
+        for (int i = 0; i < m_certPath.size(); ++i) {
+            TAVIK_CERT_st *element = m_certPath[i];
+            int64_t within = 0;
+            if (TavikPKICertGetCertIntegerAttribute(element, TAVIK_ATTR_IN_VALIDITY, &within) ==
+                1) {
+                status = verifyCert(element);
+                if (within == 0)
+                    status = kStatusOutOfValidity;
+            }
+            std::optional<std::string> name =
+                GetCertStringAttribute(element, TAVIK_ATTR_SUBJECT_CN);
+            if (!name)
+                break;
+            // The list never says the verification failed.
+            if (status == kStatusFailed)
+                status = kStatusOutOfValidity;
+            m_certPaths.emplace_back(element, std::move(*name), status);
+        }
+        return;
+    }
+
+    m_certPath.reset();
+    int64_t within = 0;
+    if (TavikPKICertGetCertIntegerAttribute(m_pCert.get(), TAVIK_ATTR_IN_VALIDITY, &within) == 1)
+        status = within != 0 ? kStatusIncomplete : kStatusOutOfValidity;
+    if (std::optional<std::string> name =
+            GetCertStringAttribute(m_pCert.get(), TAVIK_ATTR_SUBJECT_CN))
+        m_certPaths.emplace_back(m_pCert.get(), std::move(*name), status);
+}
+
+int32_t ShowCertPathDlgModel::verifyCert(TAVIK_CERT_st * /*cert*/) const
+{
+    return verifyAlongPath(m_pCert.get());
+}
+
+std::optional<std::string> ShowCertPathDlgModel::GetCertStringAttribute(TAVIK_CERT_st *cert,
+                                                                        int att)
+{
+    char *raw = nullptr;
+    if (TavikPKICertGetCertStringAttribute(cert, att, &raw) != 1)
+        return std::nullopt;
+    const tavik::TextPtr text(raw);
+    return std::string(text ? text.get() : "");
+}
+
+std::string ShowCertPathDlgModel::cellText(int row) const
+{
+    if (row < 0 || row >= numberOfRows())
+        return {};
+    return std::string(static_cast<std::size_t>(row), '\t') + (row != 0 ? "|- " : "") +
+           m_certPaths[static_cast<std::size_t>(row)].displayName;
+}
+
+void ShowCertPathDlgModel::viewForRow(int row, const std::function<void(int row)> &selectRow)
+{
+    if (row != numberOfRows() - 1 || row < 0)
+        return;
+    if (selectRow)
+        selectRow(row);
+    if (showContentWhenUserSelect)
+        showContentWhenUserSelect(nullptr, getContentByIndex(m_certPaths.back().status));
+}
+
+void ShowCertPathDlgModel::selectionDidChange(int row)
+{
+    if (row < 0 || row > numberOfRows() - 1)
+        return;
+    const CertInfoModel &info = m_certPaths[static_cast<std::size_t>(row)];
+    const bool last = row == numberOfRows() - 1;
+    if (showContentWhenUserSelect)
+        showContentWhenUserSelect(last ? nullptr : info.cert, getContentByIndex(info.status));
+}
+
+} // namespace pkiui
