@@ -216,6 +216,34 @@ bool ShowCertDetailDlgModel::runExtDecoder(const ExtensionRecord &record, const 
     case ExtDecoder::InhibitAnyPolicy:
         GetInhibitAnyPolicy(ext);
         return true;
+    // Private and national extensions.
+    case ExtDecoder::CertNetscapeCertType:
+        GetCertNetscapeCertType(ext);
+        return true;
+    case ExtDecoder::IA5ExtnValue:
+        GetIA5ExtnValue(ext, record.rowName, record.kind);
+        return true;
+    case ExtDecoder::PrintableStringExtnValue:
+        GetPrintableStringExtnValue(ext, record.rowName);
+        return true;
+    case ExtDecoder::UTF8ExtnValue:
+        GetUTF8ExtnValue(ext, record.rowName, record.kind);
+        return true;
+    case ExtDecoder::NULLExtnValue:
+        GetNULLExtnValue(ext, record.rowName, record.kind);
+        return true;
+    case ExtDecoder::IdentityCodeExtnValue:
+        GetIdentityCodeExtnValue(ext);
+        return true;
+    case ExtDecoder::IdentificationItemsValue:
+        GetIdentificationItemsValue(ext, record.rowName);
+        return true;
+    case ExtDecoder::TavikCertThumbManualValue:
+        GetTavikCertThumb_ManualValue(ext, record.rowName, record.kind);
+        return true;
+    case ExtDecoder::DigestInfos:
+        GetDigestInfos(ext);
+        return true;
     default:
         return false;
     }

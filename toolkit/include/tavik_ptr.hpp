@@ -71,6 +71,21 @@ using NameConstraintsPtr =
     std::unique_ptr<tavik_cert_nameconstraints, Free<tavik_cert_nameconstraints_free>>;
 using PrivKeyUsagePeriodPtr =
     std::unique_ptr<tavik_cert_privkeyusageperiod, Free<tavik_cert_privkeyusageperiod_free>>;
+// Distribution points, access information and the private extensions.
+using StreamPtr = std::unique_ptr<tavik_stream, Free<tavik_stream_free>>;
+using CrlDpsPtr = std::unique_ptr<tavik_cert_crldps, Free<tavik_cert_crldps_free>>;
+using DistPointPtr = std::unique_ptr<tavik_cert_distpoint, Free<tavik_cert_distpoint_free>>;
+using DpNamePtr = std::unique_ptr<tavik_cert_dpname, Free<tavik_cert_dpname_free>>;
+using IdpPtr = std::unique_ptr<tavik_cert_idp, Free<tavik_cert_idp_free>>;
+using AccessDescsPtr = std::unique_ptr<tavik_cert_accessdescs, Free<tavik_cert_accessdescs_free>>;
+using AccessDescPtr = std::unique_ptr<tavik_cert_accessdesc, Free<tavik_cert_accessdesc_free>>;
+using IdItemsPtr =
+    std::unique_ptr<tavik_cert_identificationitems, Free<tavik_cert_identificationitems_free>>;
+using IdItemPtr =
+    std::unique_ptr<tavik_cert_identificationitem, Free<tavik_cert_identificationitem_free>>;
+using DigestInfoListPtr =
+    std::unique_ptr<tavik_cert_digestinfolist, Free<tavik_cert_digestinfolist_free>>;
+using DigestInfoPtr = std::unique_ptr<tavik_cert_digestinfo, Free<tavik_cert_digestinfo_free>>;
 
 // A certification path: an array of handles and its count.
 class CertPath {

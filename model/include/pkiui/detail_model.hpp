@@ -183,6 +183,31 @@ class ShowCertDetailDlgModel {
     void GetExtKeyUsage(const tavik_cert_ext *ext);
     void GetInhibitAnyPolicy(const tavik_cert_ext *ext);
 
+    // ---- Private, national, distribution-point and CRL extensions ----
+    // Decoders add one row each; the typed ones are given the row name and
+    // the dispatcher's kind. Formatters return 1/0 or nullopt on failure.
+    void GetCertNetscapeCertType(const tavik_cert_ext *ext);
+    void GetIA5ExtnValue(const tavik_cert_ext *ext, const std::string &name, unsigned type);
+    void GetPrintableStringExtnValue(const tavik_cert_ext *ext, const std::string &name);
+    void GetUTF8ExtnValue(const tavik_cert_ext *ext, const std::string &name, unsigned type);
+    void GetNULLExtnValue(const tavik_cert_ext *ext, const std::string &name, unsigned type);
+    void GetIdentityCodeExtnValue(const tavik_cert_ext *ext);
+    void GetIdentificationItemsValue(const tavik_cert_ext *ext, const std::string &name);
+    static int GetIdentificationitemsValues(const tavik_cert_identificationitems *items,
+                                            std::string &value, std::string &content);
+    static int identificationitem2NSString(const tavik_cert_identificationitem *item,
+                                           std::string &type, std::string &tempValue);
+    static std::string GetIdtificationType(uint32_t code);
+    static std::string GetIdtificationEncode(int64_t code);
+    void GetTavikCertThumb_ManualValue(const tavik_cert_ext *ext, const std::string &name,
+                                       unsigned type);
+    void GetDigestInfos(const tavik_cert_ext *ext);
+    static int GetDigestInfo(const tavik_cert_digestinfo *info, std::string &content,
+                             std::string &hashalgo);
+    static int GetHashAlgorithm(const tavik_cert_algorithmid *alg, std::string &content,
+                                std::string &hashalgo);
+    static std::string GetHashOid(const std::string &oid);
+
     tavik::CertPtr m_pCert;
     std::unordered_map<std::string, CertDetailInfoItem> m_certInfos;
     std::vector<std::string> m_keys;
