@@ -116,21 +116,6 @@ std::string expand(std::string text, const std::map<std::string, std::string> &r
     return text;
 }
 
-// Sets TZ for one scope and puts the old value back.
-struct ScopedTimeZone {
-    explicit ScopedTimeZone(const char *zone) : old(std::getenv("TZ") ? std::getenv("TZ") : "")
-    {
-        setenv("TZ", zone, 1);
-        tzset();
-    }
-    ~ScopedTimeZone()
-    {
-        old.empty() ? unsetenv("TZ") : setenv("TZ", old.c_str(), 1);
-        tzset();
-    }
-    const std::string old;
-};
-
 struct Row {
     const char *cert; // a fixtureDer source: NAME or NAME@FROM:TO
     const char *name;
