@@ -17,7 +17,6 @@ QLabel *makeHeaderLabel(QWidget *parent)
     font.setBold(true);
     font.setPointSize(14);
     label->setFont(font);
-    label->setFixedHeight(25);
     return label;
 }
 
@@ -52,6 +51,17 @@ QBoxLayout *makeRow(QWidget *leading, QWidget *trailing, int height)
     row->addWidget(trailing, 1, Qt::AlignVCenter);
     leading->setFixedHeight(height);
     trailing->setFixedHeight(std::min(height, trailing->sizeHint().height()));
+    return row;
+}
+
+QBoxLayout *makeEqualRow(QWidget *leading, QWidget *trailing, int height)
+{
+    auto *row = new QHBoxLayout;
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(leading, 1);
+    row->addWidget(trailing, 1);
+    leading->setFixedHeight(height);
+    trailing->setFixedHeight(height);
     return row;
 }
 

@@ -18,6 +18,8 @@ QLineEdit *makePasswordField(QWidget *parent);
 QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name);
 // A label at the leading edge and a widget at the trailing edge, of fixed height.
 QBoxLayout *makeRow(QWidget *leading, QWidget *trailing, int height);
+// Two widgets sharing the width equally, of fixed height, without margins.
+QBoxLayout *makeEqualRow(QWidget *leading, QWidget *trailing, int height);
 // Cancel on the left, OK on the right, at least 60 pixels apart.
 QBoxLayout *makeButtonRow(QPushButton *cancel, QPushButton *ok);
 

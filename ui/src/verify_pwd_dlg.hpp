@@ -35,6 +35,8 @@ class VerifyPwdDlg final : public DialogView {
     void layoutSubView();
     void okButtonTapped();
     void cancelButtonTapped();
+    // Orders the window out and ends the dialog's loop.
+    void end();
 
     TAVIK_PKI_DEVICE_HANDLE_st *m_hDevice = nullptr;
     int m_pinType = 0;
