@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <iterator>
@@ -107,6 +108,21 @@ inline std::string timeText(std::int64_t seconds)
 struct PinnedClock {
     ~PinnedClock() { tavik_debug_set_now(0); }
     void at(std::int64_t seconds) const { tavik_debug_set_now(seconds); }
+};
+
+// Sets TZ for one scope and puts the old value back.
+struct ScopedTimeZone {
+    explicit ScopedTimeZone(const char *zone) : old(std::getenv("TZ") ? std::getenv("TZ") : "")
+    {
+        setenv("TZ", zone, 1);
+        tzset();
+    }
+    ~ScopedTimeZone()
+    {
+        old.empty() ? unsetenv("TZ") : setenv("TZ", old.c_str(), 1);
+        tzset();
+    }
+    const std::string old;
 };
 
 // What the openssl command prints for the arguments (a shell command line),

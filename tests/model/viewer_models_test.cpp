@@ -1,0 +1,210 @@
+// The general tab's texts and the certification path rows, over the
+// generated chains in a store holding only the test anchors.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "fixtures.hpp"
+#include "pkiui/cert_status.hpp"
+#include "pkiui/path_model.hpp"
+#include "pkiui/routine_model.hpp"
+
+namespace pkiui::test {
+namespace {
+
+const std::string kOk = "该证书没有问题";
+const std::string kIncomplete = "没有足够信息，不能验证该证书";
+const std::string kOutOfValidity = "该证书已过期，或尚未生效";
+const std::string kFailed = "验证证书失败";
+const std::string kUnknown = "该证书状态未知";
+
+// rsa-root trusted; the other CAs only known, so their paths build.
+class ViewerModels : public ::testing::Test {
+  protected:
+    void SetUp() override
+    {
+        TavikPKICertStoreUseSystemAnchors(0);
+        TavikPKICertStoreClear();
+        ASSERT_EQ(TavikPKICertStoreAddTrustedFile(fixturePath("rsa-root.pem").c_str()), 1);
+        for (const char *name : {"rsa-inter", "other-root", "nocn-inter", "badtime-root"})
+            ASSERT_EQ(TavikPKICertStoreAddIntermediateFile(
+                          fixturePath(name + std::string(".pem")).c_str()),
+                      1);
+        // Noon of the day the fixtures were made.
+        clock.at(epochOf(loadDates("rsa-root").notBefore) + 365 * 86400 + 12 * 3600);
+    }
+    void TearDown() override
+    {
+        TavikPKICertStoreClear();
+        TavikPKICertStoreUseSystemAnchors(1);
+    }
+    PinnedClock clock;
+};
+
+TEST(CertStatus, TextOfEveryCode)
+{
+    const std::pair<int32_t, const std::string &> cases[] = {
+        {2, kOk},     {4, kIncomplete}, {5, kOutOfValidity},
+        {7, kFailed}, {0, kUnknown},    {3, kUnknown}};
+    for (const auto &[code, text] : cases)
+        EXPECT_EQ(getContentByIndex(code), text) << code;
+}
+
+TEST_F(ViewerModels, GeneralTabVerdictAndType)
+{
+    const struct {
+        const char *cert;
+        std::string verdict; // empty: not checked
+        int32_t verified;    // verifyCert alone, before the validity overrides it
+        bool ca;
+        const char *type;
+    } cases[] = {
+        {"rsa-leaf", kOk, 2, false, "签名 - RSA(2048 bits)"},
+        {"ku-encipher-only", kOk, 2, false, "加密 - RSA(2048 bits)"},   // 0x80
+        {"ku-sign-certsign", kOk, 2, false, "签名 - RSA(2048 bits)"},   // 0x21
+        {"sm2-self", kIncomplete, 4, true, "签名加密 - SM2(256 bits)"}, // 0x05, untrusted
+        // 0x200; its malformed extensions decide the verdict, not checked here.
+        {"ext-bad", "", 0, false, "未知 - RSA(2048 bits)"},
+        {"dsa-self", kIncomplete, 4, true, "未知 - DSA(2048 bits)"}, // no key usage
+        {"rsa-root", kOk, 2, true, "签名 - RSA(2048 bits)"},         // 0x60, never "CA"
+        {"ec-leaf", kOk, 2, false, "签名加密 - ECC(256 bits)"},
+        {"expired-leaf", kOutOfValidity, 2, false, "签名 - RSA(2048 bits)"},
+        {"notyet-leaf", kOutOfValidity, 2, false, "签名 - RSA(2048 bits)"},
+        {"orphan-leaf", kIncomplete, 4, false, "签名 - RSA(2048 bits)"},
+        {"other-leaf", kIncomplete, 4, false, "签名 - RSA(2048 bits)"}, // root not trusted
+        {"badsig-leaf", kFailed, 7, false, "签名 - RSA(2048 bits)"},
+        {"badtime-root", kOutOfValidity, 7, true, "签名 - RSA(2048 bits)"},
+        {"v1-cert", kOk, 2, false, "未知 - RSA(2048 bits)"},
+    };
+    for (const auto &c : cases) {
+        const tavik::CertPtr cert = loadCert(c.cert);
+        ASSERT_TRUE(cert) << c.cert;
+        ShowCertRoutineDlgModel model;
+        EXPECT_EQ(model.setCertHandle(cert.get()), 1);
+        if (!c.verdict.empty()) {
+            EXPECT_EQ(model.certStatusText(), c.verdict) << c.cert;
+            EXPECT_EQ(model.verifyCert(), c.verified) << c.cert;
+        }
+        EXPECT_EQ(model.isCACert(), c.ca) << c.cert;
+        EXPECT_EQ(model.certTypeText(), c.type) << c.cert;
+    }
+}
+
+// "YYYY/MM/DD" of a YYYYMMDDHHMMSSZ text.
+std::string slashed(const std::string &t)
+{
+    return t.substr(0, 4) + "/" + t.substr(4, 2) + "/" + t.substr(6, 2);
+}
+
+TEST_F(ViewerModels, GeneralTabNamesAndValidity)
+{
+    const ScopedTimeZone zone("Asia/Shanghai");
+    const Dates leaf = loadDates("rsa-leaf");
+    const struct {
+        const char *cert;
+        std::string subject, issuer, validity;
+    } cases[] = {
+        {"rsa-leaf", "Leaf RSA", "Tavik Test Intermediate CA",
+         slashed(leaf.notBefore) + " 到 " + slashed(leaf.notAfter)},
+        {"nocn-leaf", "", "Tavik Test Intermediate CA",
+         slashed(loadDates("nocn-leaf").notBefore) + " 到 " +
+             slashed(loadDates("nocn-leaf").notAfter)},
+        {"badtime-root", "Bad Time Root", "Bad Time Root", " 到 "},
+    };
+    for (const auto &c : cases) {
+        const tavik::CertPtr cert = loadCert(c.cert);
+        ShowCertRoutineDlgModel model;
+        model.setCertHandle(cert.get());
+        EXPECT_EQ(model.subjectText(), c.subject) << c.cert;
+        EXPECT_EQ(model.issuerText(), c.issuer) << c.cert;
+        EXPECT_EQ(model.validityText(), c.validity) << c.cert;
+    }
+}
+
+TEST(GeneralTab, DateInTheLocalZone)
+{
+    const struct {
+        const char *zone;
+        int year, month, day, hour;
+        const char *text;
+    } cases[] = {
+        {"UTC", 2024, 3, 5, 20, "2024/03/05"},
+        {"Asia/Shanghai", 2024, 3, 5, 20, "2024/03/06"},
+        {"America/New_York", 2024, 3, 5, 3, "2024/03/04"},
+        {"Asia/Shanghai", 9999, 12, 31, 20, "9999/12/31 UTC"}, // no local year 10000
+    };
+    for (const auto &c : cases) {
+        const ScopedTimeZone zone(c.zone);
+        const tavik::TimePtr time(tavik_time_new(c.year, c.month, c.day, c.hour, 0, 0));
+        EXPECT_EQ(ShowCertRoutineDlgModel::FormatTime(time.get()), c.text) << c.zone;
+    }
+}
+
+// "cell text|status" of every row.
+std::vector<std::string> rows(const ShowCertPathDlgModel &model)
+{
+    std::vector<std::string> out;
+    for (int r = 0; r < model.numberOfRows(); ++r)
+        out.push_back(model.cellText(r) + "|" + std::to_string(model.certPaths()[r].status));
+    return out;
+}
+
+TEST_F(ViewerModels, PathRows)
+{
+    using Rows = std::vector<std::string>;
+    const std::string root = "Tavik Test Root CA|", inter = "\t|- Tavik Test Intermediate CA|";
+    const struct {
+        const char *cert;
+        Rows rows;
+    } cases[] = {
+        {"rsa-leaf", {root + "2", inter + "2", "\t\t|- Leaf RSA|2"}},
+        {"expired-leaf", {root + "2", inter + "2", "\t\t|- Expired Leaf|5"}},
+        {"badsig-leaf", {root + "5", inter + "5", "\t\t|- Bad Signature Leaf|5"}}, // 7 shown as 5
+        {"other-leaf", {"Other Test Root|4", "\t|- Other Leaf|4"}},
+        {"orphan-leaf", {"Orphan Leaf|4"}}, // no path: the certificate alone
+        {"nocn-leaf", {root + "2", inter + "2"}},
+        {"nocn-inter-leaf", {root + "2"}}, // the list ends at the CA without a name
+        // The root's validity cannot be read: it keeps the initial 0.
+        {"badtime-leaf", {"Bad Time Root|0", "\t|- Bad Time Leaf|5"}},
+    };
+    for (const auto &c : cases) {
+        const tavik::CertPtr cert = loadCert(c.cert);
+        ShowCertPathDlgModel model;
+        EXPECT_EQ(model.setCertHandle(cert.get()), 1);
+        EXPECT_EQ(rows(model), c.rows) << c.cert;
+    }
+    ShowCertPathDlgModel empty;
+    EXPECT_EQ(empty.setCertHandle(nullptr), 0);
+    EXPECT_EQ(empty.numberOfRows(), 0);
+}
+
+TEST_F(ViewerModels, PathSelection)
+{
+    const tavik::CertPtr cert = loadCert("expired-leaf");
+    ShowCertPathDlgModel model;
+    ASSERT_EQ(model.setCertHandle(cert.get()), 1);
+    ASSERT_EQ(model.numberOfRows(), 3);
+    std::vector<std::string> calls;
+    model.showContentWhenUserSelect = [&](TAVIK_CERT_st *shown, const std::string &text) {
+        calls.push_back((shown ? textAttribute(shown, TAVIK_ATTR_SUBJECT_CN).value_or("?")
+                               : std::string("null")) +
+                        "|" + text);
+    };
+    std::vector<int> selected;
+    const auto select = [&](int row) { selected.push_back(row); };
+
+    // Only the last row's cell selects itself and reports the viewed certificate.
+    for (int row = 0; row < 3; ++row)
+        model.viewForRow(row, select);
+    EXPECT_EQ(selected, std::vector<int>{2});
+    for (int row : {0, 1, 2, 3, -1})
+        model.selectionDidChange(row);
+    EXPECT_EQ(calls, (std::vector<std::string>{
+                         "null|" + kOutOfValidity, "Tavik Test Root CA|" + kOk,
+                         "Tavik Test Intermediate CA|" + kOk, "null|" + kOutOfValidity}));
+}
+
+} // namespace
+} // namespace pkiui::test
