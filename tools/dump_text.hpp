@@ -1,9 +1,16 @@
-// Texts of pkiui-dump: JSON strings, terminal-safe lines and row kinds.
+// Texts of pkiui-dump: JSON strings, terminal-safe lines, row kinds, and the
+// viewer's general and path tabs as text.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace pkiui {
+class ShowCertRoutineDlgModel;
+class ShowCertPathDlgModel;
+} // namespace pkiui
 
 namespace pkiui::dump {
 
@@ -21,5 +28,29 @@ std::vector<std::string_view> contentLines(std::string_view s);
 
 // "6 (extension, critical)": the kind as a number and the names of its bits.
 std::string kindText(unsigned type);
+
+// The general tab: its title, the verdict, then "caption\tvalue" lines.
+std::string generalText(const ShowCertRoutineDlgModel &model);
+// {"verdict", "status", "subject", "issuer", "validity", "type"}
+std::string generalJson(const ShowCertRoutineDlgModel &model);
+
+// The path tab as first drawn: its rows, the row it selects and the text of
+// its status field.
+struct PathView {
+  struct Row {
+    std::string cell; // indentation and name, as the list shows it
+    std::string name;
+    int32_t status;
+  };
+  std::vector<Row> rows;
+  int selected = -1;
+  std::string status;
+};
+PathView pathView(ShowCertPathDlgModel &model);
+// The caption, "cell\tstatus text" per row, then the status field.
+std::string pathText(const PathView &view);
+// {"selected", "status", "rows": [{"text", "name", "status", "statusText"},
+// ...]}, one row a line.
+std::string pathJson(const PathView &view);
 
 } // namespace pkiui::dump
