@@ -55,19 +55,4 @@ inline std::string rowText(const ShowCertDetailDlgModel &model, const std::strin
     return row ? row->value + "|" + row->content + "|" + std::to_string(row->type) : "none";
 }
 
-// Sets TZ for one scope and puts the old value back.
-struct ScopedTimeZone {
-    explicit ScopedTimeZone(const char *zone) : old(std::getenv("TZ") ? std::getenv("TZ") : "")
-    {
-        setenv("TZ", zone, 1);
-        tzset();
-    }
-    ~ScopedTimeZone()
-    {
-        old.empty() ? unsetenv("TZ") : setenv("TZ", old.c_str(), 1);
-        tzset();
-    }
-    const std::string old;
-};
-
 } // namespace pkiui::test
