@@ -216,6 +216,34 @@ bool ShowCertDetailDlgModel::runExtDecoder(const ExtensionRecord &record, const 
     case ExtDecoder::InhibitAnyPolicy:
         GetInhibitAnyPolicy(ext);
         return true;
+    // Distribution points, information access, CRL and CRL-entry extensions.
+    case ExtDecoder::CRLDP:
+        GetCRLDP(ext, static_cast<uint32_t>(record.flag));
+        return true;
+    case ExtDecoder::AccessDescriptions:
+        GetAccessDescriptions(ext, static_cast<uint32_t>(record.flag));
+        return true;
+    case ExtDecoder::CrlNumber:
+        GetCrlNumber(ext);
+        return true;
+    case ExtDecoder::DcrlIndicator:
+        GetDcrlIndicator(ext);
+        return true;
+    case ExtDecoder::IDP:
+        GetIDP(ext);
+        return true;
+    case ExtDecoder::ReasonCode:
+        GetReasonCode(ext);
+        return true;
+    case ExtDecoder::InvalidityDate:
+        GetInvalidityDate(ext);
+        return true;
+    case ExtDecoder::HoldInstruction:
+        GetHoldInstruction(ext);
+        return true;
+    case ExtDecoder::CertificateIssuer:
+        GetCertificateIssuer(ext);
+        return true;
     // Private and national extensions.
     case ExtDecoder::CertNetscapeCertType:
         GetCertNetscapeCertType(ext);

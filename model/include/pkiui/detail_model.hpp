@@ -207,6 +207,21 @@ class ShowCertDetailDlgModel {
     static int GetHashAlgorithm(const tavik_cert_algorithmid *alg, std::string &content,
                                 std::string &hashalgo);
     static std::string GetHashOid(const std::string &oid);
+    // Distribution points, information access and the CRL and CRL-entry
+    // extensions; flag 0 picks the first of the two extensions a decoder serves.
+    void GetCRLDP(const tavik_cert_ext *ext, uint32_t flag);
+    static std::optional<std::string> GetDistributionPoint(const tavik_cert_distpoint *dp);
+    static std::optional<std::string> GetDistributionPointName(const tavik_cert_dpname *name);
+    static std::string GetReasonFlags(const tavik_bitset *reasons);
+    void GetAccessDescriptions(const tavik_cert_ext *ext, uint32_t flag);
+    static std::optional<std::string> GetAccessDescription(const tavik_cert_accessdesc *desc);
+    void GetCrlNumber(const tavik_cert_ext *ext);
+    void GetDcrlIndicator(const tavik_cert_ext *ext);
+    void GetIDP(const tavik_cert_ext *ext);
+    void GetReasonCode(const tavik_cert_ext *ext);
+    void GetInvalidityDate(const tavik_cert_ext *ext);
+    void GetHoldInstruction(const tavik_cert_ext *ext);
+    void GetCertificateIssuer(const tavik_cert_ext *ext);
 
     tavik::CertPtr m_pCert;
     std::unordered_map<std::string, CertDetailInfoItem> m_certInfos;
