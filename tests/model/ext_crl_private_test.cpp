@@ -1,7 +1,6 @@
 // Rows of the distribution-point, access, CRL, private and national
 // extensions on the fixture certificates, one table per extension family.
-#include <cstdlib>
-#include <ctime>
+#include <algorithm>
 #include <map>
 #include <memory>
 
@@ -193,23 +192,6 @@ TEST(DetailCrlRows, AccessInformation)
     EXPECT_EQ(std::count(keys.begin(), keys.end(), "颁发者信息访问"), 0);
     EXPECT_EQ(std::count(keys.begin(), keys.end(), "未知扩展(1.3.6.1.5.5.7.1.1)"), 0);
 }
-
-struct ScopedTimeZone {
-    explicit ScopedTimeZone(const char *zone) : old(std::getenv("TZ") ? std::getenv("TZ") : "")
-    {
-        setenv("TZ", zone, 1);
-        tzset();
-    }
-    ~ScopedTimeZone()
-    {
-        if (old.empty())
-            unsetenv("TZ");
-        else
-            setenv("TZ", old.c_str(), 1);
-        tzset();
-    }
-    std::string old;
-};
 
 TEST(DetailCrlRows, CrlAndEntryExtensions)
 {
