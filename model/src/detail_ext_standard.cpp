@@ -68,8 +68,31 @@ std::string purposeName(std::string_view oid)
 }
 
 constexpr std::string_view kAnyPolicy = "2.5.29.32.0";
-constexpr std::string_view kCpsQualifier = "1.3.6.1.5.5.7.2.1";
-constexpr std::string_view kUserNoticeQualifier = "1.3.6.1.5.5.7.2.2";
+
+struct QualifierType {
+    std::string_view oid;
+    std::optional<std::string> (*format)(const tavik_cert_polqualifierinfo *qualifier);
+};
+
+constexpr std::array kQualifierTypes{
+    QualifierType{"1.3.6.1.5.5.7.2.1", Model::GetCPS},
+    QualifierType{"1.3.6.1.5.5.7.2.2", Model::GetUserNotice},
+};
+static_assert(kQualifierTypes[0].oid != kQualifierTypes[1].oid);
+
+// Any other qualifier shows its OID and the hex of its encoding.
+std::optional<std::string> qualifierText(std::string_view oid,
+                                         const tavik_cert_polqualifierinfo *qualifier)
+{
+    for (const QualifierType &type : kQualifierTypes)
+        if (type.oid == oid)
+            return type.format(qualifier);
+    const tavik::BlobPtr encoding(tavik_cert_polqualifierinfo_getqualifierencode(qualifier));
+    const auto hex = hexOf(encoding.get());
+    if (!hex)
+        return std::nullopt;
+    return std::string(oid) + ":\r\n" + *hex;
+}
 
 } // namespace
 
@@ -242,16 +265,7 @@ ShowCertDetailDlgModel::GetPolicyQualifierInfo(const tavik_cert_polqualifierinfo
     const tavik::TextPtr oid(qualifier ? tavik_cert_polqualifierinfo_getid(qualifier) : nullptr);
     if (!oid)
         return std::nullopt;
-    std::optional<std::string> text;
-    if (oid.get() == kCpsQualifier) {
-        text = GetCPS(qualifier);
-    } else if (oid.get() == kUserNoticeQualifier) {
-        text = GetUserNotice(qualifier);
-    } else {
-        const tavik::BlobPtr encoding(tavik_cert_polqualifierinfo_getqualifierencode(qualifier));
-        if (const auto hex = hexOf(encoding.get()))
-            text = std::string(oid.get()) + ":\r\n" + *hex;
-    }
+    const auto text = qualifierText(oid.get(), qualifier);
     if (!text)
         return std::nullopt;
     return "\t\tPolicy Qualifier Id=" + *text;

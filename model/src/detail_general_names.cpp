@@ -77,9 +77,6 @@ NameFormatter findChoice(int type)
     return nullptr;
 }
 
-constexpr std::string_view kUpnOid = "1.3.6.1.4.1.311.20.2.3";
-constexpr std::string_view kGuidOid = "1.3.6.1.4.1.311.25.1";
-
 // The content octets of one whole TLV of the type; null otherwise.
 tavik::BlobPtr contentOf(const tavik_data_blob &value, int type)
 {
@@ -128,6 +125,29 @@ std::optional<std::string> domainControllerGuid(const tavik_data_blob &value)
     return text + guid;
 }
 
+struct OtherNameType {
+    std::string_view oid;
+    std::optional<std::string> (*format)(const tavik_data_blob &value);
+};
+
+constexpr std::array kOtherNameTypes{
+    OtherNameType{"1.3.6.1.4.1.311.20.2.3", userPrincipalName},
+    OtherNameType{"1.3.6.1.4.1.311.25.1", domainControllerGuid},
+};
+static_assert(kOtherNameTypes[0].oid != kOtherNameTypes[1].oid);
+
+// Any other type shows the raw value's hex.
+std::optional<std::string> otherNameText(std::string_view oid, const tavik_data_blob &value)
+{
+    for (const OtherNameType &type : kOtherNameTypes)
+        if (type.oid == oid)
+            return type.format(value);
+    const auto hex = hexOf(&value);
+    if (!hex)
+        return std::nullopt;
+    return "(Unknown OtherName)=" + *hex;
+}
+
 } // namespace
 
 std::optional<std::vector<std::string>>
@@ -171,14 +191,7 @@ std::optional<std::string> ShowCertDetailDlgModel::GetOtherName(const tavik_cert
     const tavik::BlobPtr value(other ? tavik_cert_othername_getvalue(other.get()) : nullptr);
     if (!type || !value)
         return std::nullopt;
-    std::optional<std::string> text;
-    if (type.get() == kUpnOid) {
-        text = userPrincipalName(*value);
-    } else if (type.get() == kGuidOid) {
-        text = domainControllerGuid(*value);
-    } else if (const auto hex = hexOf(value.get())) {
-        text = "(Unknown OtherName)=" + *hex;
-    }
+    const auto text = otherNameText(type.get(), *value);
     if (!text)
         return std::nullopt;
     return "OtherName:" + *text + "\r\n";
