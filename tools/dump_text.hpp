@@ -37,14 +37,14 @@ std::string generalJson(const ShowCertRoutineDlgModel &model);
 // The path tab as first drawn: its rows, the row it selects and the text of
 // its status field.
 struct PathView {
-  struct Row {
-    std::string cell; // indentation and name, as the list shows it
-    std::string name;
-    int32_t status;
-  };
-  std::vector<Row> rows;
-  int selected = -1;
-  std::string status;
+    struct Row {
+        std::string cell; // indentation and name, as the list shows it
+        std::string name;
+        int32_t status;
+    };
+    std::vector<Row> rows;
+    int selected = -1;
+    std::string status;
 };
 PathView pathView(ShowCertPathDlgModel &model);
 // The caption, "cell\tstatus text" per row, then the status field.
