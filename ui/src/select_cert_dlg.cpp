@@ -1,16 +1,88 @@
 #include "select_cert_dlg.hpp"
 
-#include <QListWidget>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
 #include <QPushButton>
+#include <QTableView>
 #include <QVBoxLayout>
 
-#include "cert_text.hpp"
-#include "pwd_layout.hpp"
+#include <array>
+#include <string_view>
+
+#include "Tavik_PKI_Crypto_UI.h"
 
 namespace pkiui {
 
+namespace {
+
+struct ColumnLayout {
+    std::string_view identifier;
+    int width;
+    const char *title;
+};
+
+// Together wider than the window: the list scrolls sideways.
+constexpr std::array kColumnLayouts{
+    ColumnLayout{subjectColumnIdentifier, 100, "颁发给"},
+    ColumnLayout{certTypeColumnIdentifier, 50, "类型"},
+    ColumnLayout{usageColumnColumnIdentifier, 60, "用法"},
+    ColumnLayout{validateColumnIdentifier, 80, "截止日期"},
+    ColumnLayout{issuerColumnIdentifier, 300, "颁发者"},
+    ColumnLayout{otherNameColumnIdentifier, 100, "好记名称"},
+};
+
+QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name)
+{
+    auto *button = new QPushButton(text, parent);
+    button->setObjectName(name);
+    button->setAutoDefault(false);
+    return button;
+}
+
+} // namespace
+
+SelectCertTableModel::SelectCertTableModel(SelectCertDlgModel &model, QObject *parent)
+    : QAbstractTableModel(parent), m_model(model)
+{
+}
+
+int SelectCertTableModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : m_model.numberOfRows();
+}
+
+int SelectCertTableModel::columnCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(kColumnLayouts.size());
+}
+
+QVariant SelectCertTableModel::data(const QModelIndex &index, int role) const
+{
+    if (role != Qt::DisplayRole || !index.isValid() || index.column() >= columnCount())
+        return {};
+    const std::string_view identifier =
+        kColumnLayouts[static_cast<std::size_t>(index.column())].identifier;
+    return QString::fromStdString(m_model.cellText(index.row(), identifier));
+}
+
+QVariant SelectCertTableModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0 ||
+        section >= columnCount())
+        return {};
+    return QString::fromUtf8(kColumnLayouts[static_cast<std::size_t>(section)].title);
+}
+
+void SelectCertTableModel::reloadData()
+{
+    beginResetModel();
+    endResetModel();
+}
+
 SelectCertDlg::SelectCertDlg(QWidget *parent) : DialogView(parent)
 {
+    setObjectName(QStringLiteral("selectCertDlg"));
     layoutSubView();
 }
 
@@ -18,49 +90,102 @@ void SelectCertDlg::layoutSubView()
 {
     auto *mainStack = new QVBoxLayout(this);
     mainStack->setContentsMargins(16, 16, 16, 16);
-    m_certList = new QListWidget(this);
-    m_certList->setObjectName(QStringLiteral("certList"));
-    m_certList->setSelectionMode(QAbstractItemView::SingleSelection);
-    mainStack->addWidget(m_certList, 1);
 
-    m_cancelButton = makeButton(this, QStringLiteral("取消"), QStringLiteral("cancelButton"));
-    m_okButton = makeButton(this, QStringLiteral("确定"), QStringLiteral("okButton"));
-    mainStack->addLayout(makeButtonRow(m_cancelButton, m_okButton));
-    connect(m_okButton, &QPushButton::clicked, this, &SelectCertDlg::okButtonTapped);
-    connect(m_cancelButton, &QPushButton::clicked, this, &SelectCertDlg::cancelButtonTapped);
+    auto *prompt = new QLabel(QStringLiteral("请选择证书:"), this);
+    prompt->setObjectName(QStringLiteral("promptLabel"));
+    QFont bold = prompt->font();
+    bold.setBold(true);
+    bold.setPointSize(14);
+    prompt->setFont(bold);
+    prompt->setContentsMargins(8, 0, 0, 0);
+    mainStack->addWidget(prompt);
+
+    m_tableModel = new SelectCertTableModel(m_dlgModel, this);
+    m_certTableView = new QTableView(this);
+    m_certTableView->setObjectName(QStringLiteral("certTableView"));
+    m_certTableView->setModel(m_tableModel);
+    m_certTableView->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_certTableView->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_certTableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_certTableView->setShowGrid(false);
+    m_certTableView->setWordWrap(false);
+    m_certTableView->setTextElideMode(Qt::ElideRight);
+    m_certTableView->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    m_certTableView->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    m_certTableView->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    QPalette palette = m_certTableView->palette();
+    palette.setColor(QPalette::Base, Qt::white);
+    m_certTableView->setPalette(palette);
+    // Fixed row heights: the view never measures rows it does not show.
+    QHeaderView *rows = m_certTableView->verticalHeader();
+    rows->hide();
+    rows->setSectionResizeMode(QHeaderView::Fixed);
+    rows->setMinimumSectionSize(SelectCertDlgModel::kRowHeight);
+    rows->setDefaultSectionSize(SelectCertDlgModel::kRowHeight);
+    QHeaderView *columns = m_certTableView->horizontalHeader();
+    columns->setSectionResizeMode(QHeaderView::Interactive);
+    columns->setStretchLastSection(false);
+    columns->setHighlightSections(false);
+    columns->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    for (std::size_t i = 0; i < kColumnLayouts.size(); ++i)
+        m_certTableView->setColumnWidth(static_cast<int>(i), kColumnLayouts[i].width);
+    mainStack->addWidget(m_certTableView, 1);
+    connect(m_certTableView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            [this] {
+                const QModelIndexList selected = m_certTableView->selectionModel()->selectedRows();
+                m_dlgModel.tableViewSelectionDidChange(selected.isEmpty() ? -1
+                                                                          : selected.first().row());
+            });
+    connect(m_certTableView, &QAbstractItemView::doubleClicked, this, &SelectCertDlg::doubleClick);
+
+    auto *cancel = makeButton(this, QStringLiteral("取消"), QStringLiteral("cancelButton"));
+    auto *ok = makeButton(this, QStringLiteral("确定"), QStringLiteral("okButton"));
+    connect(ok, &QPushButton::clicked, this, &SelectCertDlg::okButtonClicked);
+    connect(cancel, &QPushButton::clicked, this, &SelectCertDlg::cancelButtonClicked);
+    auto *buttonRow = new QWidget(this);
+    buttonRow->setObjectName(QStringLiteral("buttonRow"));
+    buttonRow->setFixedWidth(200);
+    auto *buttons = new QHBoxLayout(buttonRow);
+    buttons->setContentsMargins(0, 0, 0, 0);
+    buttons->setSpacing(60);
+    buttons->addWidget(cancel);
+    buttons->addStretch();
+    buttons->addWidget(ok);
+    mainStack->addWidget(buttonRow, 0, Qt::AlignHCenter);
 }
 
 void SelectCertDlg::setCertificateHandles(TAVIK_CERT_st **certs, int count)
 {
-    m_certList->clear();
-    m_certs.clear();
-    m_selected = nullptr;
-    for (int i = 0; certs && i < count; ++i) {
-        tavik::CertPtr cert(TavikPKICertDupCert(certs[i]));
-        if (!cert)
-            continue;
-        m_certList->addItem(certDisplayName(cert.get()));
-        m_certs.push_back(std::move(cert));
-    }
+    m_dlgModel.setCertificateHandles(certs, count);
+    m_tableModel->reloadData();
 }
 
-void SelectCertDlg::okButtonTapped()
+void SelectCertDlg::okButtonClicked()
 {
-    const int row = m_certList->currentRow();
-    const bool inList =
-        row >= 0 && row < static_cast<int>(m_certs.size()) && m_certList->item(row)->isSelected();
-    m_selected = inList ? m_certs[static_cast<std::size_t>(row)].get() : nullptr;
+    m_selectedIndex = m_dlgModel.selectedRowIndex();
     if (m_owner)
         m_owner->hide();
     emit finished();
 }
 
-void SelectCertDlg::cancelButtonTapped()
+void SelectCertDlg::cancelButtonClicked()
 {
-    m_selected = nullptr;
     if (m_owner)
         m_owner->hide();
     emit finished();
+}
+
+// Shows the row's certificate in a viewer over this dialog, which keeps
+// running; the selection for the result is left alone.
+void SelectCertDlg::doubleClick()
+{
+    const QModelIndexList selected = m_certTableView->selectionModel()->selectedRows();
+    const int row = selected.isEmpty() ? -1 : selected.first().row();
+    TAVIK_CERT_st *cert = m_dlgModel.handleAtIndex(row);
+    if (!cert)
+        return;
+    QWidget *parent = m_owner ? m_owner.data() : window();
+    TavikPKIUIDisplayCert(parent, cert);
 }
 
 } // namespace pkiui

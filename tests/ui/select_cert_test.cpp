@@ -1,0 +1,193 @@
+// The certificate chooser through its entry, driven as a user would.
+#include <QApplication>
+#include <QEventLoop>
+#include <QHeaderView>
+#include <QPointer>
+#include <QTableView>
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Tavik_PKI_Crypto_UI.h"
+#include "select_cert_dlg.hpp"
+#include "ui_test_support.hpp"
+
+namespace {
+
+using uitest::child;
+using uitest::click;
+
+std::string subjectOf(TAVIK_CERT_st *cert)
+{
+    char *raw = nullptr;
+    if (TavikPKICertGetCertStringAttribute(cert, TAVIK_ATTR_SUBJECT_CN, &raw) != 1)
+        return "(none)";
+    const tavik::TextPtr text(raw);
+    return text.get();
+}
+
+QTableView *tableOf(QWidget *window)
+{
+    return child<QTableView>(window, "certTableView");
+}
+
+void selectRow(QWidget *window, int row)
+{
+    QTableView *table = tableOf(window);
+    const QRect cell = table->visualRect(table->model()->index(row, 0));
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell.center());
+}
+
+class SelectCert : public ::testing::Test {
+  protected:
+    void SetUp() override
+    {
+        for (const char *name : {"rsa-root.pem", "rsa-inter.pem", "rsa-leaf.pem"}) {
+            m_held.push_back(uitest::loadCert(uitest::fixture(name)));
+            ASSERT_NE(m_held.back(), nullptr);
+            m_certs.push_back(m_held.back().get());
+        }
+    }
+
+    tavik::CertPtr run(const std::function<void(QWidget *)> &script, int count = 3)
+    {
+        m_script.reset(); // its destructor removes the hook
+        m_script = std::make_unique<uitest::DialogScript>(script);
+        return tavik::CertPtr(
+            TavikPKIUISelectCert(nullptr, nullptr, nullptr, m_certs.data(), count));
+    }
+
+    // Selects row (or none) and presses button.
+    tavik::CertPtr choose(std::optional<int> row, const char *button, int count = 3)
+    {
+        return run(
+            [=](QWidget *window) {
+                if (row)
+                    selectRow(window, *row);
+                click(window, button);
+            },
+            count);
+    }
+
+    std::vector<tavik::CertPtr> m_held;
+    std::vector<TAVIK_CERT_st *> m_certs;
+    std::unique_ptr<uitest::DialogScript> m_script;
+};
+
+TEST_F(SelectCert, OkReturnsADuplicateOfTheChosenCertificate)
+{
+    QStringList headers;
+    std::vector<int> widths;
+    QStringList firstRow;
+    const tavik::CertPtr chosen = run([&](QWidget *window) {
+        QTableView *table = tableOf(window);
+        for (int c = 0; c < table->model()->columnCount(); ++c) {
+            headers << table->model()->headerData(c, Qt::Horizontal).toString();
+            widths.push_back(table->columnWidth(c));
+            firstRow << table->model()->index(0, c).data().toString();
+        }
+        EXPECT_EQ(table->verticalHeader()->defaultSectionSize(), 20);
+        selectRow(window, 2);
+        click(window, "okButton");
+    });
+    ASSERT_NE(chosen, nullptr);
+    EXPECT_NE(chosen.get(), m_certs[2]) << "a fresh handle, not the caller's";
+    EXPECT_EQ(subjectOf(chosen.get()), "Leaf RSA");
+    EXPECT_EQ(headers, QString::fromUtf8("颁发给|类型|用法|截止日期|颁发者|好记名称").split('|'));
+    EXPECT_EQ(widths, (std::vector<int>{100, 50, 60, 80, 300, 100}));
+    EXPECT_EQ(firstRow.mid(0, 3), QString::fromUtf8("Tavik Test Root CA|RSA|签名").split('|'));
+    EXPECT_EQ(m_script->lastTitle(), QString::fromUtf8("证书选择对话框"));
+    EXPECT_EQ(m_script->lastSize(), QSize(552, 200));
+    EXPECT_TRUE(m_script->lastFlags().testFlag(Qt::WindowCloseButtonHint));
+}
+
+TEST_F(SelectCert, CancelOrNoRowOrEmptyListReturnsNull)
+{
+    EXPECT_EQ(choose(1, "cancelButton"), nullptr);
+    EXPECT_EQ(choose(std::nullopt, "okButton"), nullptr);
+    EXPECT_EQ(choose(std::nullopt, "okButton", 0), nullptr);
+    EXPECT_EQ(m_script->dialogsShown(), 1) << "the empty list is shown";
+}
+
+TEST_F(SelectCert, DoubleClickShowsTheViewerAndTheDialogRunsOn)
+{
+    QPointer<QWidget> viewer;
+    QWidget *dialog = nullptr;
+    const tavik::CertPtr chosen = run([&](QWidget *window) {
+        if (window->objectName() == QLatin1String("certViewerWindow")) {
+            viewer = window;
+            return;
+        }
+        dialog = window;
+        QTableView *table = tableOf(window);
+        const QRect cell = table->visualRect(table->model()->index(1, 0));
+        // A widget's double-click event comes after the press and release.
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell.center());
+        QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, cell.center());
+        QTest::qWait(0); // the viewer's own script runs queued
+        EXPECT_TRUE(viewer && viewer->isVisible());
+        EXPECT_TRUE(viewer && viewer->parentWidget() == window) << "over the dialog";
+        EXPECT_TRUE(window->isVisible());
+        click(window, "okButton");
+    });
+    EXPECT_NE(dialog, nullptr);
+    ASSERT_NE(chosen, nullptr) << "the double-clicked row stays selected";
+    EXPECT_EQ(subjectOf(chosen.get()), "Tavik Test Intermediate CA");
+    EXPECT_EQ(viewer, nullptr) << "the viewer went with the dialog";
+}
+
+TEST_F(SelectCert, AWorkerGetsTheAnswerWhileTheGuiThreadRunsItsLoop)
+{
+    m_script = std::make_unique<uitest::DialogScript>([](QWidget *window) {
+        selectRow(window, 0);
+        click(window, "okButton");
+    });
+    QEventLoop loop;
+    std::string subject;
+    std::thread worker([&] {
+        const tavik::CertPtr chosen(
+            TavikPKIUISelectCert(nullptr, nullptr, nullptr, m_certs.data(), 3));
+        subject = chosen ? subjectOf(chosen.get()) : "(null)";
+        QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
+    });
+    loop.exec();
+    worker.join();
+    EXPECT_EQ(subject, "Tavik Test Root CA");
+}
+
+// Texts are asked for the cells painted, not for every row.
+TEST_F(SelectCert, ManyRowsQueryOnlyTheVisibleCells)
+{
+    constexpr int kRows = 10000;
+    std::vector<TAVIK_CERT_st *> many(kRows, m_certs[2]);
+    std::uint64_t total = 0, perPaint = 0, visibleCells = 0;
+    int rows = 0;
+    m_script = std::make_unique<uitest::DialogScript>([&](QWidget *window) {
+        const auto &model = child<pkiui::SelectCertDlg>(window, "selectCertDlg")->dlgModel();
+        QTableView *table = tableOf(window);
+        rows = table->model()->rowCount();
+        const QSize viewport = table->viewport()->size();
+        const int lastRow = table->rowAt(viewport.height() - 1);
+        const int lastColumn = table->columnAt(viewport.width() - 1);
+        visibleCells = static_cast<std::uint64_t>((lastRow + 1) * (lastColumn + 1));
+        const std::uint64_t before = model.cellQueries();
+        (void)window->grab();
+        perPaint = model.cellQueries() - before;
+        QTest::qWait(20); // whatever painting showing it queued
+        total = model.cellQueries();
+        click(window, "cancelButton");
+    });
+    EXPECT_EQ(TavikPKIUISelectCert(nullptr, nullptr, nullptr, many.data(), kRows), nullptr);
+    EXPECT_EQ(rows, kRows);
+    EXPECT_GT(visibleCells, 0u);
+    EXPECT_EQ(perPaint, visibleCells) << "one query per visible cell";
+    EXPECT_LE(total, 3 * visibleCells) << "a few paints of the visible cells, no more";
+}
+
+} // namespace
