@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Real X server, real clicks: the certificate chooser of the demo host.
+# usage (under xvfb-run): e2e-select.sh PKIUI_DEMO FIXTURES
+set -euo pipefail
+demo=$1
+fixtures=$2
+out=$(mktemp)
+trap 'rm -f "$out"' EXIT
+
+# chain.pem holds the leaf, the intermediate and the root, in that order.
+"$demo" select "$fixtures/chain.pem" "$fixtures/sm2-self.pem" >"$out" 2>&1 &
+pid=$!
+window=$(timeout 20 xdotool search --sync --onlyvisible --pid "$pid" | head -n 1)
+xdotool windowfocus --sync "$window"
+# In the 552 x 200 window: rows of 20 pixels start about 65 pixels down, so
+# y 95 is the middle of the second row; "确定" is the right-hand button at the
+# bottom, centred 100 pixels right of the middle minus half its width.
+xdotool mousemove --window "$window" 60 95 click 1
+sleep 0.3
+xdotool mousemove --window "$window" 341 172 click 1
+wait "$pid"
+grep -qx 'chosen: Tavik Test Intermediate CA' "$out" || { cat "$out"; exit 1; }
+echo "1 passed, 0 failed"
