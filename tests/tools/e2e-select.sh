@@ -12,6 +12,8 @@ trap 'rm -f "$out"' EXIT
 pid=$!
 window=$(timeout 20 xdotool search --sync --onlyvisible --pid "$pid" | head -n 1)
 xdotool windowfocus --sync "$window"
+# Give the table its first layout before clicking into it.
+sleep 0.5
 # In the 552 x 200 window: rows of 20 pixels start about 65 pixels down, so
 # y 95 is the middle of the second row; "确定" is the right-hand button at the
 # bottom, centred 100 pixels right of the middle minus half its width.
