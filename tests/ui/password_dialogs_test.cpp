@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QTest>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -82,18 +83,33 @@ class PasswordEntry : public ::testing::TestWithParam<Entry> {
     tavik::DevicePtr m_device;
 };
 
-TEST_P(PasswordEntry, CancelAfterTypingGivesNoPasswordAndLeavesOutputUntouched)
+// Nothing typed survives Cancel in the field's buffer, not even deleted
+// characters, and typing never moved the buffer (leaving copies behind).
+TEST_P(PasswordEntry, CancelAfterTypingGivesNoPasswordAndLeavesNothingInTheField)
 {
+    bool moved = true;
     QString leftOver = QStringLiteral("not read");
+    std::u16string afterCancel;
     const uitest::DialogScript script([&](QWidget *window) {
-        typeText(window, QStringLiteral("typed"));
+        auto *field = child<QLineEdit>(window, "passwordField");
+        typeText(window, QStringLiteral("s"));
+        const QChar *first = field->text().constData();
+        typeText(window, QStringLiteral("ecret-that-is-typed-and-then-partly-deleted"));
+        for (int i = 0; i < 20; ++i)
+            QTest::keyClick(field, Qt::Key_Backspace);
+        moved = field->text().constData() != first;
+        const QString held = field->text(); // shares the buffer
+        const auto *begin = reinterpret_cast<const char16_t *>(held.constData());
         click(window, "cancelButton");
-        leftOver = fieldText(window);
+        afterCancel.assign(begin, static_cast<std::size_t>(held.capacity()));
+        leftOver = field->text();
     });
     char sentinel = 'x';
     char *pwd = &sentinel;
     EXPECT_EQ(call("msg", &pwd), TAVIKPKIUI_NO_PASSWORD);
     EXPECT_EQ(pwd, &sentinel);
+    EXPECT_FALSE(moved);
+    EXPECT_EQ(afterCancel, std::u16string(afterCancel.size(), u'\0'));
     EXPECT_EQ(leftOver, QString());
     EXPECT_EQ(script.dialogsShown(), 1);
 }

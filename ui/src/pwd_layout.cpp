@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+#include "secret.hpp"
+
 namespace pkiui {
 
 QLabel *makeHeaderLabel(QWidget *parent)
@@ -32,6 +34,7 @@ QLineEdit *makePasswordField(QWidget *parent)
     auto *field = new QLineEdit(parent);
     field->setObjectName(QStringLiteral("passwordField"));
     field->setEchoMode(QLineEdit::Password);
+    clearField(field);
     return field;
 }
 

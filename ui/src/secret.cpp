@@ -15,10 +15,24 @@ template <class T> void wipeBuffer(T &data)
 {
     auto &pointer = data.data_ptr();
     // Only heap buffers: literals and raw data have no header and may be read-only.
-    if (pointer.d_ptr() && pointer.size > 0)
-        explicit_bzero(pointer.data(),
-                       static_cast<std::size_t>(pointer.size) * sizeof(*pointer.data()));
+    // The whole allocation: characters deleted while typing linger past the size.
+    if (pointer.d_ptr()) {
+        auto *begin = pointer.data() - pointer.freeSpaceAtBegin();
+        explicit_bzero(begin,
+                       static_cast<std::size_t>(pointer.constAllocatedCapacity()) * sizeof(*begin));
+    }
     data.clear();
+}
+
+// A field's text grows in place in this buffer while a PIN is typed, rather
+// than through reallocations that would free unwiped prefixes of it.
+constexpr qsizetype kFieldCapacity = 128;
+
+void reseatField(QLineEdit *field)
+{
+    QString empty;
+    empty.reserve(kFieldCapacity);
+    field->setText(empty);
 }
 
 } // namespace
@@ -45,7 +59,7 @@ QString takeFieldText(QLineEdit *field)
     QString shared = field->text();
     QString copy(shared.constData(), shared.size());
     wipe(shared);
-    field->setText(QString());
+    reseatField(field);
     return copy;
 }
 
@@ -54,7 +68,7 @@ void clearField(QLineEdit *field)
     QString shared = field->text();
     wipe(shared);
     // setText, unlike clear, also drops the undo history, which holds the characters.
-    field->setText(QString());
+    reseatField(field);
 }
 
 std::optional<QString> messageFromUtf8(const char *msg)

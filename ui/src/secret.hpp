@@ -19,9 +19,10 @@ void wipe(QByteArray &bytes);
 void wipe(std::optional<QString> &text);
 
 // The field's text as an unshared copy; the field's own buffer is wiped and
-// the field emptied.
+// the field emptied as by clearField.
 QString takeFieldText(QLineEdit *field);
-// Wipes and empties the field.
+// Wipes and empties the field, and gives it room to take a typed password
+// without moving it. A new field needs this call too.
 void clearField(QLineEdit *field);
 
 // The message shown by a password dialog: the fixed default for null, absent
