@@ -159,21 +159,11 @@ TEST_P(PasswordEntry, EmptyOkAlertsOnTheWindowAndStaysOpen)
     }
 }
 
-TEST_P(PasswordEntry, WindowHasTitleSizeAndCloseButton)
+// The message replaces the default header "正在使用XXX的证书对应的私钥进行签名",
+// in a window of the entry's title and size.
+TEST_P(PasswordEntry, WindowShowsMessageDefaultOrNothing)
 {
-    const uitest::DialogScript script([](QWidget *window) { click(window, "cancelButton"); });
-    char *pwd = nullptr;
-    call("msg", &pwd);
     const QSize size = GetParam() == Entry::GetPassword ? QSize(400, 120) : QSize(400, 180);
-    EXPECT_EQ(script.lastTitle(), kPasswordTitle);
-    EXPECT_EQ(script.lastSize(), size);
-    EXPECT_TRUE(script.lastFlags().testFlag(Qt::WindowCloseButtonHint));
-    EXPECT_TRUE(script.lastFlags().testFlag(Qt::WindowMinimizeButtonHint));
-}
-
-// The message replaces the default header "正在使用XXX的证书对应的私钥进行签名".
-TEST_P(PasswordEntry, HeaderShowsMessageDefaultOrNothing)
-{
     struct Case {
         const char *msg;
         QString header;
@@ -193,6 +183,9 @@ TEST_P(PasswordEntry, HeaderShowsMessageDefaultOrNothing)
         char *pwd = nullptr;
         call(c.msg, &pwd);
         EXPECT_EQ(header, c.header) << (c.msg ? c.msg : "(null)");
+        EXPECT_EQ(script.lastTitle(), kPasswordTitle);
+        EXPECT_EQ(script.lastSize(), size);
+        EXPECT_TRUE(script.lastFlags().testFlag(Qt::WindowCloseButtonHint));
     }
 }
 
