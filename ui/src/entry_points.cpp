@@ -102,36 +102,6 @@ std::optional<QString> getPassword(const std::optional<QString> &msg)
     return view->takePwd();
 }
 
-std::int32_t displayCert(QWidget *parent, TAVIK_CERT_st *cert)
-{
-    QWidget *owner = parent ? parent->window() : nullptr;
-    // With a parent the window is the parent's child (and goes with it);
-    // without one it lives for this call only.
-    auto window = std::make_unique<DialogWindow>(owner, QStringLiteral("证书"), QSize(400, 450),
-                                                 TitleButtons::MinimiseOnly);
-    window->setObjectName(QStringLiteral("certViewerWindow"));
-    auto *view = new pkiui::ShowCertInfoDlg(window.get());
-    if (view->setCertHandle(cert) != 1) {
-        window.reset();
-        pkiui::showAlert(owner, QStringLiteral("读取证书信息失败"));
-        return 0;
-    }
-    view->setOwner(window.get());
-    window->setView(view);
-    if (owner) {
-        view->setShouldStopApp(false);
-        window->setDeleteWhenHidden(true);
-        window->centre();
-        window->show();
-        pkiui::notifyDialogShown(window.get());
-        window.release(); // owned by the parent now
-        return 1;
-    }
-    view->setShouldStopApp(true);
-    pkiui::runDialog(*window, *view);
-    return 1;
-}
-
 } // namespace
 
 extern "C" {
@@ -179,7 +149,7 @@ int32_t TavikPKIUIDisplayCert(void *parent, TAVIK_CERT_st *cert)
     if (!cert)
         return -1;
     std::int32_t result = 0;
-    onGuiThread([&] { result = displayCert(static_cast<QWidget *>(parent), cert); });
+    onGuiThread([&] { result = pkiui::displayCert(static_cast<QWidget *>(parent), cert); });
     return result;
 }
 

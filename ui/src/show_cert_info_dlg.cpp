@@ -1,11 +1,17 @@
 #include "show_cert_info_dlg.hpp"
 
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
-#include "cert_text.hpp"
+#include <memory>
+#include <utility>
+
+#include "alert.hpp"
+#include "show_cert_detail_dlg.hpp"
+#include "show_cert_path_dlg.hpp"
+#include "show_cert_routine_dlg.hpp"
+#include "test_seams.hpp"
 
 namespace pkiui {
 
@@ -14,24 +20,15 @@ ShowCertInfoDlg::ShowCertInfoDlg(QWidget *parent) : DialogView(parent)
     layoutSubViews();
 }
 
-QPlainTextEdit *ShowCertInfoDlg::addTab(const QString &label, const QString &name)
-{
-    auto *text = new QPlainTextEdit(m_tabs);
-    text->setObjectName(name);
-    text->setReadOnly(true);
-    m_tabs->addTab(text, label);
-    return text;
-}
-
 void ShowCertInfoDlg::layoutSubViews()
 {
     auto *stack = new QVBoxLayout(this);
     stack->setContentsMargins(16, 16, 16, 16);
     m_tabs = new QTabWidget(this);
     m_tabs->setObjectName(QStringLiteral("tabs"));
-    m_generalText = addTab(QStringLiteral("常规"), QStringLiteral("generalTab"));
-    m_detailText = addTab(QStringLiteral("详细信息"), QStringLiteral("detailTab"));
-    m_pathText = addTab(QStringLiteral("证书路径"), QStringLiteral("pathTab"));
+    m_tabs->addTab(showCertRoutineDlg(), QStringLiteral("常规"));
+    m_tabs->addTab(showCertDetailDlg(), QStringLiteral("详细信息"));
+    m_tabs->addTab(showCertPathDlg(), QStringLiteral("证书路径"));
     stack->addWidget(m_tabs, 1);
 
     m_okButton = new QPushButton(QStringLiteral("确定"), this);
@@ -41,28 +38,68 @@ void ShowCertInfoDlg::layoutSubViews()
     connect(m_okButton, &QPushButton::clicked, this, &ShowCertInfoDlg::okButtonClicked);
 }
 
+ShowCertRoutineDlg *ShowCertInfoDlg::showCertRoutineDlg()
+{
+    if (!m_routine)
+        m_routine = new ShowCertRoutineDlg(this);
+    return m_routine;
+}
+
+ShowCertDetailDlg *ShowCertInfoDlg::showCertDetailDlg()
+{
+    if (!m_detail)
+        m_detail = new ShowCertDetailDlg(this);
+    return m_detail;
+}
+
+ShowCertPathDlg *ShowCertInfoDlg::showCertPathDlg()
+{
+    if (!m_path)
+        m_path = new ShowCertPathDlg(this);
+    return m_path;
+}
+
+void ShowCertInfoDlg::replacePage(QWidget *old, QWidget *page)
+{
+    const int index = m_tabs->indexOf(old);
+    if (index < 0)
+        return;
+    const QString label = m_tabs->tabText(index);
+    m_tabs->removeTab(index);
+    m_tabs->insertTab(index, page, label);
+    delete old;
+}
+
+void ShowCertInfoDlg::setShowCertRoutineDlg(ShowCertRoutineDlg *tab)
+{
+    replacePage(std::exchange(m_routine, tab), tab);
+}
+
+void ShowCertInfoDlg::setShowCertDetailDlg(ShowCertDetailDlg *tab)
+{
+    replacePage(std::exchange(m_detail, tab), tab);
+}
+
+void ShowCertInfoDlg::setShowCertPathDlg(ShowCertPathDlg *tab)
+{
+    replacePage(std::exchange(m_path, tab), tab);
+}
+
 int ShowCertInfoDlg::setCertHandle(TAVIK_CERT_st *cert)
 {
     if (!cert)
         return 0;
-    tavik::CertPtr copy(TavikPKICertDupCert(cert));
-    if (!copy)
-        return 0;
-    const QString subject =
-        certStringAttribute(copy.get(), TAVIK_ATTR_SUBJECT_CN).value_or(QString());
-    const QString issuer =
-        certStringAttribute(copy.get(), TAVIK_ATTR_ISSUER_NAME).value_or(QString());
-    if (subject.isEmpty() && issuer.isEmpty())
-        return 0;
-    const QString from = certValidityStart(copy.get());
-    const QString to = certValidityEnd(copy.get());
-    m_generalText->setPlainText(
-        QStringLiteral("颁发给: %1\n颁发者: %2\n有效期从 %3 到 %4").arg(subject, issuer, from, to));
-    m_detailText->setPlainText(QStringLiteral("使用者: %1\n颁发者: %2\n有效期从: %3\n到: %4")
-                                   .arg(subject, issuer, from, to));
-    m_pathText->setPlainText(subject.isEmpty() ? issuer : subject);
-    m_cert = std::move(copy);
+    // A tab that cannot read the certificate still leaves the viewer usable.
+    showCertRoutineDlg()->setCertHandle(cert);
+    showCertPathDlg()->setCertHandle(cert);
+    showCertDetailDlg()->setCertHandle(cert);
     return 1;
+}
+
+void ShowCertInfoDlg::setOwner(QWidget *owner)
+{
+    DialogView::setOwner(owner);
+    showCertPathDlg()->setOwner(owner);
 }
 
 void ShowCertInfoDlg::okButtonClicked()
@@ -71,6 +108,36 @@ void ShowCertInfoDlg::okButtonClicked()
         emit finished();
     else if (m_owner)
         m_owner->hide();
+}
+
+int displayCert(QWidget *parent, TAVIK_CERT_st *cert)
+{
+    QWidget *owner = parent ? parent->window() : nullptr;
+    // With a parent the window is the parent's child (and goes with it);
+    // without one it lives for this call only.
+    auto window = std::make_unique<DialogWindow>(owner, QStringLiteral("证书"), QSize(400, 450),
+                                                 TitleButtons::MinimiseOnly);
+    window->setObjectName(QStringLiteral("certViewerWindow"));
+    auto *view = new ShowCertInfoDlg(window.get());
+    if (view->setCertHandle(cert) != 1) {
+        window.reset();
+        showAlert(owner, QStringLiteral("读取证书信息失败"));
+        return 0;
+    }
+    view->setOwner(window.get());
+    window->setView(view);
+    if (owner) {
+        view->setShouldStopApp(false);
+        window->setDeleteWhenHidden(true);
+        window->centre();
+        window->show();
+        notifyDialogShown(window.get());
+        window.release(); // owned by the parent now
+        return 1;
+    }
+    view->setShouldStopApp(true);
+    runDialog(*window, *view);
+    return 1;
 }
 
 } // namespace pkiui

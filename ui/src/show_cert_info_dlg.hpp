@@ -2,40 +2,60 @@
 #pragma once
 
 #include "dialog_window.hpp"
-#include "tavik_ptr.hpp"
+#include "tavik_pki.h"
 
-class QPlainTextEdit;
 class QPushButton;
 class QTabWidget;
 
 namespace pkiui {
+
+class ShowCertDetailDlg;
+class ShowCertPathDlg;
+class ShowCertRoutineDlg;
 
 class ShowCertInfoDlg final : public DialogView {
     Q_OBJECT
   public:
     explicit ShowCertInfoDlg(QWidget *parent = nullptr);
 
-    // 1 when the certificate could be read (it has a subject or issuer name
-    // to show), else 0 and nothing is shown. Keeps its own duplicate.
+    // 0 for a null handle; otherwise hands it to the general, path and
+    // details tabs, in that order (each keeps its own duplicate), and 1.
     int setCertHandle(TAVIK_CERT_st *cert);
+
+    // The viewer's window; the path tab places nested viewers over it.
+    void setOwner(QWidget *owner);
 
     // true: OK ends the caller's event loop (finished()); false: OK only
     // hides the owner window.
     void setShouldStopApp(bool stop) { m_shouldStopApp = stop; }
     bool shouldStopApp() const { return m_shouldStopApp; }
 
+    // The tabs, created on first use; a setter replaces the tab's page.
+    ShowCertRoutineDlg *showCertRoutineDlg();
+    ShowCertDetailDlg *showCertDetailDlg();
+    ShowCertPathDlg *showCertPathDlg();
+    void setShowCertRoutineDlg(ShowCertRoutineDlg *tab);
+    void setShowCertDetailDlg(ShowCertDetailDlg *tab);
+    void setShowCertPathDlg(ShowCertPathDlg *tab);
+
+    void okButtonClicked();
+
   private:
     void layoutSubViews();
-    void okButtonClicked();
-    QPlainTextEdit *addTab(const QString &label, const QString &name);
+    void replacePage(QWidget *old, QWidget *page);
 
     bool m_shouldStopApp = false;
-    tavik::CertPtr m_cert;
     QTabWidget *m_tabs = nullptr;
-    QPlainTextEdit *m_generalText = nullptr;
-    QPlainTextEdit *m_detailText = nullptr;
-    QPlainTextEdit *m_pathText = nullptr;
+    ShowCertRoutineDlg *m_routine = nullptr;
+    ShowCertDetailDlg *m_detail = nullptr;
+    ShowCertPathDlg *m_path = nullptr;
     QPushButton *m_okButton = nullptr;
 };
+
+// Builds the viewer window for cert and shows it: over parent's window,
+// returning at once, or without a parent until its OK button. 1 when shown;
+// 0, after the "读取证书信息失败" alert, when the viewer cannot take the
+// certificate.
+int displayCert(QWidget *parent, TAVIK_CERT_st *cert);
 
 } // namespace pkiui

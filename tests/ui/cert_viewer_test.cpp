@@ -1,0 +1,189 @@
+// The certificate viewer: its container, the details tab, the path tab and
+// the two ways TavikPKIUIDisplayCert shows it.
+#include <QComboBox>
+#include <QHeaderView>
+#include <QPlainTextEdit>
+#include <QPointer>
+#include <QTabWidget>
+#include <QTableView>
+#include <QTest>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+#include "Tavik_PKI_Crypto_UI.h"
+#include "show_cert_detail_dlg.hpp"
+#include "show_cert_info_dlg.hpp"
+#include "show_cert_path_dlg.hpp"
+#include "show_cert_routine_dlg.hpp"
+#include "ui_test_support.hpp"
+
+namespace {
+
+using uitest::child;
+using uitest::click;
+using uitest::loadCert;
+
+const QString kViewerTitle = QStringLiteral("证书");
+
+// Each tab notes when it receives the certificate.
+template <class Tab> class Recording final : public Tab {
+  public:
+    Recording(QStringList &log, QString name) : m_log(log), m_name(std::move(name)) {}
+    int setCertHandle(TAVIK_CERT_st *cert) override
+    {
+        m_log << m_name;
+        return Tab::setCertHandle(cert);
+    }
+
+  private:
+    QStringList &m_log;
+    QString m_name;
+};
+
+TEST(Viewer, ShowsTabsInScreenOrderAndFillsThemGeneralPathDetails)
+{
+    const tavik::CertPtr cert = loadCert(uitest::fixture("rsa-leaf.pem"));
+    pkiui::ShowCertInfoDlg viewer;
+    QStringList calls;
+    viewer.setShowCertRoutineDlg(new Recording<pkiui::ShowCertRoutineDlg>(calls, "general"));
+    viewer.setShowCertDetailDlg(new Recording<pkiui::ShowCertDetailDlg>(calls, "details"));
+    viewer.setShowCertPathDlg(new Recording<pkiui::ShowCertPathDlg>(calls, "path"));
+    EXPECT_EQ(viewer.setCertHandle(nullptr), 0);
+    EXPECT_TRUE(calls.isEmpty());
+    EXPECT_EQ(viewer.setCertHandle(cert.get()), 1);
+    EXPECT_EQ(calls, (QStringList{"general", "path", "details"}));
+
+    auto *tabs = child<QTabWidget>(&viewer, "tabs");
+    ASSERT_EQ(tabs->count(), 3);
+    EXPECT_EQ(tabs->tabText(0), QStringLiteral("常规"));
+    EXPECT_EQ(tabs->tabText(1), QStringLiteral("详细信息"));
+    EXPECT_EQ(tabs->tabText(2), QStringLiteral("证书路径"));
+    EXPECT_EQ(tabs->widget(0), viewer.showCertRoutineDlg());
+    EXPECT_EQ(tabs->widget(1), viewer.showCertDetailDlg());
+    EXPECT_EQ(tabs->widget(2), viewer.showCertPathDlg());
+}
+
+class DetailTab : public ::testing::Test {
+  protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(m_tab.setCertHandle(m_cert.get()), 1);
+        m_table = m_tab.certTableView();
+        m_tab.resize(368, 320);
+        m_tab.show();
+    }
+    void selectRow(int row)
+    {
+        const QRect cell = m_table->visualRect(m_table->model()->index(row, 0));
+        QTest::mouseClick(m_table->viewport(), Qt::LeftButton, {}, cell.center());
+    }
+    QString pane() { return child<QPlainTextEdit>(&m_tab, "detailValue")->toPlainText(); }
+
+    const tavik::CertPtr m_cert = loadCert(uitest::fixture("ext-std.pem"));
+    pkiui::ShowCertDetailDlg m_tab;
+    QTableView *m_table = nullptr;
+};
+
+TEST_F(DetailTab, SelectingARowShowsItsContentAndEveryFilterChoiceClearsIt)
+{
+    const int all = m_table->model()->rowCount();
+    ASSERT_GT(all, 10);
+    selectRow(1);
+    const auto *row = m_tab.model().rowAt(1);
+    ASSERT_NE(row, nullptr);
+    EXPECT_EQ(m_table->model()->index(1, 0).data().toString(), QString::fromStdString(row->name));
+    EXPECT_EQ(pane(), QString::fromStdString(row->content).replace("\r\n", "\n"));
+
+    auto *filter = child<QComboBox>(&m_tab, "filterPopUp");
+    QTest::keyClick(filter, Qt::Key_Down); // "只有版本 1 域"
+    EXPECT_EQ(filter->currentIndex(), 1);
+    EXPECT_TRUE(pane().isEmpty());
+    const int version1 = m_table->model()->rowCount();
+    EXPECT_GT(version1, 0);
+    EXPECT_LT(version1, all);
+
+    selectRow(0);
+    EXPECT_FALSE(pane().isEmpty());
+    m_tab.handlePopUpBtn(1); // the entry already shown
+    EXPECT_TRUE(pane().isEmpty());
+    EXPECT_EQ(m_table->model()->rowCount(), version1);
+}
+
+TEST_F(DetailTab, ColumnsKeepTheirLimitsAndRowsTheirHeight)
+{
+    struct Case {
+        int column, asked, kept;
+    };
+    QHeaderView *header = m_table->horizontalHeader();
+    EXPECT_EQ(header->sectionSize(0), 130);
+    EXPECT_EQ(header->sectionSize(1), 140);
+    for (const Case c : {Case{0, 10, 60}, Case{0, 400, 150}, Case{1, 10, 130}, Case{1, 400, 200},
+                         Case{1, 170, 170}}) {
+        header->resizeSection(c.column, c.asked);
+        EXPECT_EQ(header->sectionSize(c.column), c.kept) << c.column << " asked " << c.asked;
+    }
+    EXPECT_EQ(m_table->rowHeight(0), 20);
+    EXPECT_EQ(m_table->textElideMode(), Qt::ElideRight);
+}
+
+// Shows the viewer over a parent and returns its window.
+QPointer<QWidget> viewerOver(QWidget &parent, TAVIK_CERT_st *cert)
+{
+    const int before = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow")).size();
+    EXPECT_EQ(TavikPKIUIDisplayCert(&parent, cert), 1);
+    const auto viewers = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
+    EXPECT_EQ(viewers.size(), before + 1);
+    return viewers.isEmpty() ? nullptr : viewers.last();
+}
+
+TEST(DisplayCert, WithoutParentReturnsOnlyAfterOk)
+{
+    const tavik::CertPtr cert = loadCert(uitest::fixture("rsa-leaf.pem"));
+    bool stillRunningAfterWait = false;
+    const uitest::DialogScript script([&](QWidget *window) {
+        // The call must still be waiting while the viewer is up.
+        QTimer::singleShot(50, window, [&, window] {
+            stillRunningAfterWait = window->isVisible();
+            click(window, "okButton");
+        });
+    });
+    EXPECT_EQ(TavikPKIUIDisplayCert(nullptr, cert.get()), 1);
+    EXPECT_TRUE(stillRunningAfterWait);
+    EXPECT_EQ(script.lastTitle(), kViewerTitle);
+    EXPECT_EQ(script.lastSize(), QSize(400, 450));
+    // Titled and minimisable, without a close button.
+    EXPECT_FALSE(script.lastFlags().testFlag(Qt::WindowCloseButtonHint));
+    EXPECT_TRUE(script.lastFlags().testFlag(Qt::WindowMinimizeButtonHint));
+    EXPECT_TRUE(script.lastFlags().testFlag(Qt::WindowTitleHint));
+}
+
+TEST(DisplayCert, WithParentReturnsAtOnceAndOkOnlyHides)
+{
+    const tavik::CertPtr cert = loadCert(uitest::fixture("rsa-leaf.pem"));
+    QWidget parent;
+    parent.show();
+    QPointer<QWidget> viewer = viewerOver(parent, cert.get());
+    ASSERT_NE(viewer, nullptr);
+    EXPECT_TRUE(viewer->isWindow()) << "a window of its own, owned by the parent";
+    EXPECT_TRUE(viewer->isVisible());
+    EXPECT_EQ(viewer->windowTitle(), kViewerTitle);
+    click(viewer, "okButton");
+    EXPECT_FALSE(viewer->isVisible());
+    QTest::qWait(0);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(viewer, nullptr) << "hidden viewer is released";
+}
+
+TEST(DisplayCert, ACertificateTheViewerRefusesAlertsAndReturnsZero)
+{
+    const uitest::AlertRecorder alerts;
+    const uitest::DialogScript script([](QWidget *) {});
+    QWidget parent;
+    EXPECT_EQ(pkiui::displayCert(nullptr, nullptr), 0);
+    EXPECT_EQ(pkiui::displayCert(&parent, nullptr), 0);
+    EXPECT_EQ(alerts.texts(), (QStringList{"读取证书信息失败", "读取证书信息失败"}));
+    EXPECT_EQ(alerts.lastOwner(), &parent) << "over the parent when there is one";
+    EXPECT_EQ(script.dialogsShown(), 0);
+}
+
+} // namespace
