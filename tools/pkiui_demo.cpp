@@ -12,8 +12,10 @@
 #include "Tavik_PKI_Crypto_UI.h"
 #include "dialog_window.hpp"
 #include "gui_thread.hpp"
+#include "show_cert_detail_dlg.hpp"
 #include "show_cert_info_dlg.hpp"
 #include "tavik_ptr.hpp"
+#include "viewer_trace.hpp"
 
 namespace {
 
@@ -100,6 +102,12 @@ int renderOffscreen(TAVIK_CERT_st *cert, const QString &dir)
             }
             std::printf("%s: %s\n", qPrintable(tabs->tabText(i)), qPrintable(file));
         }
+        // The details tab's rows, one line each.
+        const auto &rows = view->showCertDetailDlg()->model();
+        for (int r = 0; r < rows.numberOfRows(); ++r) {
+            const QString value = QString::fromStdString(rows.rowAt(r)->value).simplified();
+            std::printf("  %s: %s\n", rows.rowAt(r)->name.c_str(), value.toUtf8().constData());
+        }
         rc = 0;
     });
     return ran ? rc : 1;
@@ -137,6 +145,7 @@ int view(int argc, char **argv)
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
         return renderOffscreen(certs[0].get(), out);
     }
+    pkiui::demo::traceViewersIfAsked();
     return TavikPKIUIDisplayCert(nullptr, certs[0].get()) == 1 ? 0 : 1;
 }
 
