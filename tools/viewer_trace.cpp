@@ -33,6 +33,18 @@ void tableRow(int n, const char *name, QWidget *page, int row)
         at(n, name, table->viewport(), table->visualRect(table->model()->index(row, 0)).center());
 }
 
+void shoot(QWidget *window, const QString &name)
+{
+    const QString dir = QString::fromLocal8Bit(qgetenv("PKIUI_DEMO_SHOTS"));
+    if (dir.isEmpty() || !window->screen())
+        return;
+    QDir().mkpath(dir);
+    const QRect frame = window->frameGeometry();
+    window->screen()
+        ->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height())
+        .save(QDir(dir).absoluteFilePath(name));
+}
+
 // Controls of the tab on show, once its layout has settled.
 void report(int n, QWidget *window, QTabWidget *tabs)
 {
@@ -50,16 +62,7 @@ void report(int n, QWidget *window, QTabWidget *tabs)
             at(n, "lookUpButton", look, look->rect().center());
     }
     std::fflush(stdout);
-    const QByteArray dir = qgetenv("PKIUI_DEMO_SHOTS");
-    if (!dir.isEmpty() && window->screen()) {
-        QDir().mkpath(QString::fromLocal8Bit(dir));
-        const QRect frame = window->frameGeometry();
-        const QPixmap shot =
-            window->screen()->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height());
-        shot.save(QDir(QString::fromLocal8Bit(dir))
-                      .absoluteFilePath(
-                          QStringLiteral("x11-%1-%2.png").arg(n).arg(tabs->currentIndex())));
-    }
+    shoot(window, QStringLiteral("x11-%1-%2.png").arg(n).arg(tabs->currentIndex()));
 }
 
 } // namespace
@@ -68,7 +71,9 @@ void traceViewersIfAsked()
 {
     if (!std::getenv("PKIUI_DEMO_TRACE"))
         return;
-    setDialogShownHook([count = 0](QWidget *window) mutable {
+    // The hook is copied for each call: the count lives outside it.
+    static int count = 0;
+    setDialogShownHook([](QWidget *window) {
         auto *tabs = window->findChild<QTabWidget *>(QStringLiteral("tabs"));
         if (!tabs)
             return;
@@ -81,11 +86,14 @@ void traceViewersIfAsked()
         };
         QObject::connect(tabs, &QTabWidget::currentChanged, tabs, later);
         if (auto *pane = window->findChild<QPlainTextEdit *>(QStringLiteral("detailValue")))
-            QObject::connect(pane, &QPlainTextEdit::textChanged, pane, [n, pane] {
+            QObject::connect(pane, &QPlainTextEdit::textChanged, pane, [n, pane, window] {
                 const QString text = pane->toPlainText();
                 std::printf("content %d %s\n", n,
                             text.section(QLatin1Char('\n'), 0, 0).toUtf8().constData());
                 std::fflush(stdout);
+                QTimer::singleShot(200, pane, [n, window] {
+                    shoot(window, QStringLiteral("x11-%1-content.png").arg(n));
+                });
             });
         later();
     });

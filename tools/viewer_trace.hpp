@@ -8,7 +8,8 @@ namespace pkiui::demo {
 //   at n NAME X Y       screen centre of a control (tabs, rows, buttons)
 //   content n TEXT      first line of the details tab's content pane
 // and with PKIUI_DEMO_SHOTS=DIR saves the screen under the window to
-// DIR/x11-n-TAB.png each time a tab is shown.
+// DIR/x11-n-TAB.png each time a tab is shown (x11-n-content.png once the
+// content pane has changed).
 void traceViewersIfAsked();
 
 } // namespace pkiui::demo

@@ -42,6 +42,7 @@ await '^at 1 okButton ' >/dev/null
 press 1 tab1
 press 1 detailRow
 await '^content 1 .' >/dev/null
+sleep 0.5 # the screenshot with the content
 press 1 tab2
 press 1 pathRoot
 sleep 0.3

@@ -2,8 +2,11 @@
 // the two ways TavikPKIUIDisplayCert shows it.
 #include <QComboBox>
 #include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPointer>
+#include <QPushButton>
 #include <QTabWidget>
 #include <QTableView>
 #include <QTest>
@@ -134,6 +137,84 @@ QPointer<QWidget> viewerOver(QWidget &parent, TAVIK_CERT_st *cert)
     const auto viewers = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
     EXPECT_EQ(viewers.size(), before + 1);
     return viewers.isEmpty() ? nullptr : viewers.last();
+}
+
+class PathTab : public ::testing::Test {
+  protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(TavikPKICertStoreAddTrustedFile(uitest::fixture("rsa-root.pem").c_str()), 1);
+        ASSERT_EQ(TavikPKICertStoreAddIntermediateFile(uitest::fixture("rsa-inter.pem").c_str()),
+                  1);
+        m_parent.show();
+    }
+    void TearDown() override { TavikPKICertStoreClear(); }
+
+    // The path tab of a viewer over the parent, shown.
+    pkiui::ShowCertPathDlg *pathTabOf(QWidget *viewer)
+    {
+        child<QTabWidget>(viewer, "tabs")->setCurrentIndex(2);
+        auto *tab = viewer->findChild<pkiui::ShowCertPathDlg *>();
+        m_table = tab->certTableView();
+        return tab;
+    }
+    void clickRow(int row)
+    {
+        const QRect cell = m_table->visualRect(m_table->model()->index(row, 0));
+        QTest::mouseClick(m_table->viewport(), Qt::LeftButton, {}, cell.center());
+    }
+    int selectedRow() const
+    {
+        const auto rows = m_table->selectionModel()->selectedRows();
+        return rows.size() == 1 ? rows.first().row() : -1;
+    }
+
+    QWidget m_parent;
+    QTableView *m_table = nullptr;
+};
+
+TEST_F(PathTab, AfterLoadingTheViewedCertificateIsSelectedWithItsStatus)
+{
+    struct Case {
+        const char *file;
+        int rows;
+        QString status;
+    };
+    for (const Case &c : {Case{"rsa-leaf.pem", 3, "该证书没有问题"},
+                          Case{"orphan-leaf.pem", 1, "没有足够信息，不能验证该证书"}}) {
+        const tavik::CertPtr cert = loadCert(uitest::fixture(c.file));
+        QPointer<QWidget> viewer = viewerOver(m_parent, cert.get());
+        ASSERT_NE(viewer, nullptr);
+        pathTabOf(viewer);
+        EXPECT_EQ(m_table->model()->rowCount(), c.rows) << c.file;
+        EXPECT_EQ(selectedRow(), c.rows - 1) << c.file;
+        EXPECT_FALSE(child<QPushButton>(viewer, "lookUpButton")->isEnabled()) << c.file;
+        EXPECT_EQ(child<QLineEdit>(viewer, "certStatusTextField")->text(), c.status) << c.file;
+        delete viewer;
+    }
+}
+
+TEST_F(PathTab, ViewingTheRootOpensASecondViewerWhileTheFirstStays)
+{
+    const tavik::CertPtr cert = loadCert(uitest::fixture("rsa-leaf.pem"));
+    QPointer<QWidget> viewer = viewerOver(m_parent, cert.get());
+    ASSERT_NE(viewer, nullptr);
+    pkiui::ShowCertPathDlg *tab = pathTabOf(viewer);
+    auto *lookUp = child<QPushButton>(viewer, "lookUpButton");
+
+    clickRow(0);
+    EXPECT_TRUE(lookUp->isEnabled());
+    ASSERT_EQ(tab->selectedCert(), tab->model().certPaths().front().cert);
+    QTest::mouseClick(lookUp, Qt::LeftButton);
+    const auto nested = viewer->findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
+    ASSERT_EQ(nested.size(), 1) << "over the first viewer's window";
+    EXPECT_TRUE(nested.first()->isVisible());
+    EXPECT_TRUE(viewer->isVisible());
+    EXPECT_EQ(child<QLabel>(nested.first(), "subjectLabel")->text(), "Tavik Test Root CA");
+
+    clickRow(2);
+    EXPECT_FALSE(lookUp->isEnabled());
+    EXPECT_EQ(tab->selectedCert(), nullptr);
 }
 
 TEST(DisplayCert, WithoutParentReturnsOnlyAfterOk)
