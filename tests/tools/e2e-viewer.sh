@@ -35,7 +35,7 @@ await() {
 press() {
     local x y
     read -r _ _ _ x y < <(await "^at $1 $2 ")
-    xdotool mousemove --sync "$x" "$y" sleep 0.1 click 1
+    xdotool mousemove "$x" "$y" sleep 0.2 click 1
 }
 
 await '^at 1 okButton ' >/dev/null
