@@ -84,6 +84,9 @@ BENCHMARK_CAPTURE(Rows, rsa_leaf, "rsa-leaf.der")->Unit(benchmark::kMicrosecond)
 BENCHMARK_CAPTURE(Rows, ec_leaf, "ec-leaf.der")->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(X509Print, rsa_leaf, "rsa-leaf.der")->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(X509Print, ec_leaf, "ec-leaf.der")->Unit(benchmark::kMicrosecond);
+// Every standard extension, each through its own decoder.
+BENCHMARK_CAPTURE(Rows, ext_std, "ext-std.der")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(X509Print, ext_std, "ext-std.der")->Unit(benchmark::kMicrosecond);
 
 } // namespace
 
