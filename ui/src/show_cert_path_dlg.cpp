@@ -50,13 +50,13 @@ class PathRowsAdapter final : public QAbstractListModel {
             index.row() >= static_cast<int>(m_shown.size()))
             return {};
         if (!m_shown[static_cast<std::size_t>(index.row())])
-            const_cast<PathRowsAdapter *>(this)->rowShown(index.row(), true);
+            rowShown(index.row(), true);
         return QString::fromStdString(m_model.cellText(index.row()));
     }
 
   private:
     // While painting, a selection change waits for the event loop.
-    void rowShown(int row, bool painting)
+    void rowShown(int row, bool painting) const
     {
         m_shown[static_cast<std::size_t>(row)] = true;
         m_model.viewForRow(row, [this, painting](int selected) {
@@ -73,7 +73,7 @@ class PathRowsAdapter final : public QAbstractListModel {
 
     ShowCertPathDlgModel &m_model;
     QTableView *m_table;
-    std::vector<bool> m_shown;
+    mutable std::vector<bool> m_shown; // rows the model has been told of
 };
 
 namespace {
