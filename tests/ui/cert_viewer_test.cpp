@@ -22,8 +22,10 @@
 
 namespace {
 
+using pkiui::test::fixturePath;
 using uitest::child;
 using uitest::click;
+using uitest::clickRow;
 using uitest::loadCert;
 
 const QString kViewerTitle = QStringLiteral("证书");
@@ -45,7 +47,7 @@ template <class Tab> class Recording final : public Tab {
 
 TEST(Viewer, ShowsTabsInScreenOrderAndFillsThemGeneralPathDetails)
 {
-    const tavik::CertPtr cert = loadCert(uitest::fixture("rsa-leaf.pem"));
+    const tavik::CertPtr cert = loadCert("rsa-leaf");
     pkiui::ShowCertInfoDlg viewer;
     QStringList calls;
     viewer.setShowCertRoutineDlg(new Recording<pkiui::ShowCertRoutineDlg>(calls, "general"));
@@ -75,14 +77,9 @@ class DetailTab : public ::testing::Test {
         m_tab.resize(368, 320);
         m_tab.show();
     }
-    void selectRow(int row)
-    {
-        const QRect cell = m_table->visualRect(m_table->model()->index(row, 0));
-        QTest::mouseClick(m_table->viewport(), Qt::LeftButton, {}, cell.center());
-    }
     QString pane() { return child<QPlainTextEdit>(&m_tab, "detailValue")->toPlainText(); }
 
-    const tavik::CertPtr m_cert = loadCert(uitest::fixture("ext-std.pem"));
+    const tavik::CertPtr m_cert = loadCert("ext-std");
     pkiui::ShowCertDetailDlg m_tab;
     QTableView *m_table = nullptr;
 };
@@ -91,7 +88,7 @@ TEST_F(DetailTab, SelectingARowShowsItsContentAndEveryFilterChoiceClearsIt)
 {
     const int all = m_table->model()->rowCount();
     ASSERT_GT(all, 10);
-    selectRow(1);
+    clickRow(m_table, 1);
     const auto *row = m_tab.model().rowAt(1);
     ASSERT_NE(row, nullptr);
     EXPECT_EQ(m_table->model()->index(1, 0).data().toString(), QString::fromStdString(row->name));
@@ -105,7 +102,7 @@ TEST_F(DetailTab, SelectingARowShowsItsContentAndEveryFilterChoiceClearsIt)
     EXPECT_GT(version1, 0);
     EXPECT_LT(version1, all);
 
-    selectRow(0);
+    clickRow(m_table, 0);
     EXPECT_FALSE(pane().isEmpty());
     m_tab.handlePopUpBtn(1); // the entry already shown
     EXPECT_TRUE(pane().isEmpty());
@@ -143,9 +140,8 @@ class PathTab : public ::testing::Test {
   protected:
     void SetUp() override
     {
-        ASSERT_EQ(TavikPKICertStoreAddTrustedFile(uitest::fixture("rsa-root.pem").c_str()), 1);
-        ASSERT_EQ(TavikPKICertStoreAddIntermediateFile(uitest::fixture("rsa-inter.pem").c_str()),
-                  1);
+        ASSERT_EQ(TavikPKICertStoreAddTrustedFile(fixturePath("rsa-root.pem").c_str()), 1);
+        ASSERT_EQ(TavikPKICertStoreAddIntermediateFile(fixturePath("rsa-inter.pem").c_str()), 1);
         m_parent.show();
     }
     void TearDown() override { TavikPKICertStoreClear(); }
@@ -157,11 +153,6 @@ class PathTab : public ::testing::Test {
         auto *tab = viewer->findChild<pkiui::ShowCertPathDlg *>();
         m_table = tab->certTableView();
         return tab;
-    }
-    void clickRow(int row)
-    {
-        const QRect cell = m_table->visualRect(m_table->model()->index(row, 0));
-        QTest::mouseClick(m_table->viewport(), Qt::LeftButton, {}, cell.center());
     }
     int selectedRow() const
     {
@@ -180,9 +171,9 @@ TEST_F(PathTab, AfterLoadingTheViewedCertificateIsSelectedWithItsStatus)
         int rows;
         QString status;
     };
-    for (const Case &c : {Case{"rsa-leaf.pem", 3, "该证书没有问题"},
-                          Case{"orphan-leaf.pem", 1, "没有足够信息，不能验证该证书"}}) {
-        const tavik::CertPtr cert = loadCert(uitest::fixture(c.file));
+    for (const Case &c : {Case{"rsa-leaf", 3, "该证书没有问题"},
+                          Case{"orphan-leaf", 1, "没有足够信息，不能验证该证书"}}) {
+        const tavik::CertPtr cert = loadCert(c.file);
         QPointer<QWidget> viewer = viewerOver(m_parent, cert.get());
         ASSERT_NE(viewer, nullptr);
         pathTabOf(viewer);
@@ -196,13 +187,13 @@ TEST_F(PathTab, AfterLoadingTheViewedCertificateIsSelectedWithItsStatus)
 
 TEST_F(PathTab, ViewingTheRootOpensASecondViewerWhileTheFirstStays)
 {
-    const tavik::CertPtr cert = loadCert(uitest::fixture("rsa-leaf.pem"));
+    const tavik::CertPtr cert = loadCert("rsa-leaf");
     QPointer<QWidget> viewer = viewerOver(m_parent, cert.get());
     ASSERT_NE(viewer, nullptr);
     pkiui::ShowCertPathDlg *tab = pathTabOf(viewer);
     auto *lookUp = child<QPushButton>(viewer, "lookUpButton");
 
-    clickRow(0);
+    clickRow(m_table, 0);
     EXPECT_TRUE(lookUp->isEnabled());
     ASSERT_EQ(tab->selectedCert(), tab->model().certPaths().front().cert);
     QTest::mouseClick(lookUp, Qt::LeftButton);
@@ -212,14 +203,14 @@ TEST_F(PathTab, ViewingTheRootOpensASecondViewerWhileTheFirstStays)
     EXPECT_TRUE(viewer->isVisible());
     EXPECT_EQ(child<QLabel>(nested.first(), "subjectLabel")->text(), "Tavik Test Root CA");
 
-    clickRow(2);
+    clickRow(m_table, 2);
     EXPECT_FALSE(lookUp->isEnabled());
     EXPECT_EQ(tab->selectedCert(), nullptr);
 }
 
 TEST(DisplayCert, WithoutParentReturnsOnlyAfterOk)
 {
-    const tavik::CertPtr cert = loadCert(uitest::fixture("rsa-leaf.pem"));
+    const tavik::CertPtr cert = loadCert("rsa-leaf");
     bool stillRunningAfterWait = false;
     const uitest::DialogScript script([&](QWidget *window) {
         // The call must still be waiting while the viewer is up.
@@ -240,7 +231,7 @@ TEST(DisplayCert, WithoutParentReturnsOnlyAfterOk)
 
 TEST(DisplayCert, WithParentReturnsAtOnceAndOkOnlyHides)
 {
-    const tavik::CertPtr cert = loadCert(uitest::fixture("rsa-leaf.pem"));
+    const tavik::CertPtr cert = loadCert("rsa-leaf");
     QWidget parent;
     parent.show();
     QPointer<QWidget> viewer = viewerOver(parent, cert.get());

@@ -1,6 +1,4 @@
 // The certificate chooser through its entry, driven as a user would.
-#include <QApplication>
-#include <QEventLoop>
 #include <QHeaderView>
 #include <QPointer>
 #include <QTableView>
@@ -11,7 +9,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Tavik_PKI_Crypto_UI.h"
@@ -25,11 +22,7 @@ using uitest::click;
 
 std::string subjectOf(TAVIK_CERT_st *cert)
 {
-    char *raw = nullptr;
-    if (TavikPKICertGetCertStringAttribute(cert, TAVIK_ATTR_SUBJECT_CN, &raw) != 1)
-        return "(none)";
-    const tavik::TextPtr text(raw);
-    return text.get();
+    return pkiui::test::textAttribute(cert, TAVIK_ATTR_SUBJECT_CN).value_or("(none)");
 }
 
 QTableView *tableOf(QWidget *window)
@@ -37,19 +30,12 @@ QTableView *tableOf(QWidget *window)
     return child<QTableView>(window, "certTableView");
 }
 
-void selectRow(QWidget *window, int row)
-{
-    QTableView *table = tableOf(window);
-    const QRect cell = table->visualRect(table->model()->index(row, 0));
-    QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell.center());
-}
-
 class SelectCert : public ::testing::Test {
   protected:
     void SetUp() override
     {
         for (const char *name : {"rsa-root.pem", "rsa-inter.pem", "rsa-leaf.pem"}) {
-            m_held.push_back(uitest::loadCert(uitest::fixture(name)));
+            m_held.push_back(uitest::loadCert(name));
             ASSERT_NE(m_held.back(), nullptr);
             m_certs.push_back(m_held.back().get());
         }
@@ -69,7 +55,7 @@ class SelectCert : public ::testing::Test {
         return run(
             [=](QWidget *window) {
                 if (row)
-                    selectRow(window, *row);
+                    uitest::clickRow(tableOf(window), *row);
                 click(window, button);
             },
             count);
@@ -93,7 +79,7 @@ TEST_F(SelectCert, OkReturnsADuplicateOfTheChosenCertificate)
             firstRow << table->model()->index(0, c).data().toString();
         }
         EXPECT_EQ(table->verticalHeader()->defaultSectionSize(), 20);
-        selectRow(window, 2);
+        uitest::clickRow(table, 2);
         click(window, "okButton");
     });
     ASSERT_NE(chosen, nullptr);
@@ -128,7 +114,7 @@ TEST_F(SelectCert, DoubleClickShowsTheViewerAndTheDialogRunsOn)
         QTableView *table = tableOf(window);
         const QRect cell = table->visualRect(table->model()->index(1, 0));
         // A widget's double-click event comes after the press and release.
-        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell.center());
+        uitest::clickRow(table, 1);
         QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, cell.center());
         QTest::qWait(0); // the viewer's own script runs queued
         EXPECT_TRUE(viewer && viewer->isVisible());
@@ -140,25 +126,6 @@ TEST_F(SelectCert, DoubleClickShowsTheViewerAndTheDialogRunsOn)
     ASSERT_NE(chosen, nullptr) << "the double-clicked row stays selected";
     EXPECT_EQ(subjectOf(chosen.get()), "Tavik Test Intermediate CA");
     EXPECT_EQ(viewer, nullptr) << "the viewer went with the dialog";
-}
-
-TEST_F(SelectCert, AWorkerGetsTheAnswerWhileTheGuiThreadRunsItsLoop)
-{
-    m_script = std::make_unique<uitest::DialogScript>([](QWidget *window) {
-        selectRow(window, 0);
-        click(window, "okButton");
-    });
-    QEventLoop loop;
-    std::string subject;
-    std::thread worker([&] {
-        const tavik::CertPtr chosen(
-            TavikPKIUISelectCert(nullptr, nullptr, nullptr, m_certs.data(), 3));
-        subject = chosen ? subjectOf(chosen.get()) : "(null)";
-        QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
-    });
-    loop.exec();
-    worker.join();
-    EXPECT_EQ(subject, "Tavik Test Root CA");
 }
 
 // Texts are asked for the cells painted, not for every row.

@@ -4,12 +4,12 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTableView>
 #include <QTest>
 #include <QTimer>
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <stdexcept>
 
 #include "test_seams.hpp"
 
@@ -38,26 +38,6 @@ class QtHostEnvironment final : public ::testing::Environment {
     ::testing::AddGlobalTestEnvironment(new QtHostEnvironment);
 
 } // namespace
-
-std::string fixture(const std::string &name)
-{
-    return std::string(PKIUI_FIXTURES) + "/" + name;
-}
-
-std::string uiFixture(const std::string &name)
-{
-    return std::string(PKIUI_UI_FIXTURES) + "/" + name;
-}
-
-tavik::CertPtr loadCert(const std::string &path)
-{
-    TAVIK_CERT_st *cert = nullptr;
-    if (TavikPKICertNewFromFile(path.c_str(), &cert) != 1) {
-        ADD_FAILURE() << "cannot load " << path;
-        return nullptr;
-    }
-    return tavik::CertPtr(cert);
-}
 
 DialogScript::DialogScript(std::function<void(QWidget *)> script)
 {
@@ -127,6 +107,12 @@ void typeText(QWidget *window, const QString &text)
 void click(QWidget *window, const char *button)
 {
     QTest::mouseClick(child<QPushButton>(window, button), Qt::LeftButton);
+}
+
+void clickRow(QTableView *table, int row)
+{
+    const QRect cell = table->visualRect(table->model()->index(row, 0));
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell.center());
 }
 
 } // namespace uitest

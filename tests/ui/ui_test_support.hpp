@@ -7,15 +7,24 @@
 #include <QWidget>
 
 #include <functional>
+#include <memory>
+#include <stdexcept>
 #include <string>
 
-#include "tavik_ptr.hpp"
+#include "Tavik_PKI_Crypto_UI.h"
+#include "fixtures.hpp"
+
+class QTableView;
 
 namespace uitest {
 
-std::string fixture(const std::string &name);
-std::string uiFixture(const std::string &name);
-tavik::CertPtr loadCert(const std::string &path);
+using pkiui::test::loadCert;
+
+// A buffer an entry handed out.
+struct FreeMemory {
+    void operator()(char *p) const { TavikPKICryptoFreeMemory(p); }
+};
+using Buffer = std::unique_ptr<char, FreeMemory>;
 
 // Runs script(window) once each dialog window has been shown and its event
 // loop is running. Removed when the object goes.
@@ -65,5 +74,7 @@ template <class T> T *child(QWidget *window, const char *name)
 
 void typeText(QWidget *window, const QString &text);
 void click(QWidget *window, const char *button);
+// Clicks the first cell of a row.
+void clickRow(QTableView *table, int row);
 
 } // namespace uitest
