@@ -6,29 +6,15 @@
 #   e2e-password.sh PKIUI_DEMO pin MODULE LABEL the PIN of a SoftHSM2 token
 #                                               (SOFTHSM2_CONF set): 4321, then 1234
 set -euo pipefail
-demo=$1
-out=$(mktemp)
-trap 'rm -f "$out"' EXIT
-
+source "$(dirname "$0")/e2e-lib.sh"
 if [ "${2:-}" = pin ]; then
-    "$demo" pin --module "$3" --token "$4" --message "e2e" >"$out" 2>&1 &
+    start "$1" pin --module "$3" --token "$4" --message "e2e"
     wrong=4321 right=1234
 else
-    "$demo" password --message "e2e" >"$out" 2>&1 &
+    start "$1" password --message "e2e"
     wrong="" right=abc
 fi
-pid=$!
 
-fail() { echo "$1"; cat "$out"; exit 1; }
-# The demo's visible windows: the dialog, and an alert over it when one is up.
-windows() { xdotool search --onlyvisible --pid "$pid" 2>/dev/null || true; }
-wait_for_windows() {
-    for _ in $(seq 200); do
-        [ "$(windows | wc -l)" -eq "$1" ] && return 0
-        sleep 0.1
-    done
-    fail "expected $1 window(s) of the demo"
-}
 # Types into the field, then moves focus to "取消" and "确定" and presses it.
 answer() {
     xdotool windowfocus --sync "$dialog"
@@ -36,10 +22,9 @@ answer() {
     xdotool key Tab Tab space
 }
 
-# By process, not by title: the title is Chinese and the locale may not be UTF-8.
-dialog=$(timeout 20 xdotool search --sync --onlyvisible --pid "$pid" | head -n 1)
+dialog=$(first_window)
 answer "$wrong"
-wait_for_windows 2
+wait_for_windows 2 # the alert over the dialog
 xdotool windowfocus --sync "$(windows | grep -vx "$dialog" | head -n 1)"
 xdotool key Return
 wait_for_windows 1

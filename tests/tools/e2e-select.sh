@@ -2,15 +2,10 @@
 # Real X server, real clicks: the certificate chooser of the demo host.
 # usage (under xvfb-run): e2e-select.sh PKIUI_DEMO FIXTURES
 set -euo pipefail
-demo=$1
-fixtures=$2
-out=$(mktemp)
-trap 'rm -f "$out"' EXIT
-
+source "$(dirname "$0")/e2e-lib.sh"
 # chain.pem holds the leaf, the intermediate and the root, in that order.
-"$demo" select "$fixtures/chain.pem" "$fixtures/sm2-self.pem" >"$out" 2>&1 &
-pid=$!
-window=$(timeout 20 xdotool search --sync --onlyvisible --pid "$pid" | head -n 1)
+start "$1" select "$2/chain.pem" "$2/sm2-self.pem"
+window=$(first_window)
 xdotool windowfocus --sync "$window"
 # Give the table its first layout before clicking into it.
 sleep 0.5
@@ -21,5 +16,5 @@ xdotool mousemove --window "$window" 60 95 click 1
 sleep 0.3
 xdotool mousemove --window "$window" 341 172 click 1
 wait "$pid"
-grep -qx 'chosen: Tavik Test Intermediate CA' "$out" || { cat "$out"; exit 1; }
+grep -qx 'chosen: Tavik Test Intermediate CA' "$out" || fail "not the intermediate"
 echo "1 passed, 0 failed"

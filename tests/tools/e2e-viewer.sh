@@ -4,20 +4,10 @@
 # each tab it shows into SHOTS.
 # usage (under xvfb-run): e2e-viewer.sh PKIUI_DEMO SHOTS
 set -euo pipefail
-demo=$1
+source "$(dirname "$0")/e2e-lib.sh"
 shots=$2
-out=$(mktemp)
-trap 'rm -f "$out"; kill "$pid" 2>/dev/null || true' EXIT
 rm -rf "$shots"
-
-PKIUI_DEMO_TRACE=1 PKIUI_DEMO_SHOTS=$shots "$demo" view >"$out" 2>&1 &
-pid=$!
-
-fail() {
-    echo "FAILED: $*" >&2
-    cat "$out" >&2
-    exit 1
-}
+start env PKIUI_DEMO_TRACE=1 PKIUI_DEMO_SHOTS="$shots" "$1" view
 
 # Waits for a line matching the pattern; prints its last match.
 await() {

@@ -1,0 +1,25 @@
+# Sourced by the Xvfb end-to-end scripts: the demo run in the background with
+# its output kept, shown when a step fails, and its windows found by process
+# (the titles are Chinese and the locale may not be UTF-8).
+out=$(mktemp)
+pid=
+trap 'rm -f "$out"; [ -z "$pid" ] || kill "$pid" 2>/dev/null || true' EXIT
+
+start() {
+    "$@" >"$out" 2>&1 &
+    pid=$!
+}
+fail() {
+    echo "FAILED: $*" >&2
+    cat "$out" >&2
+    exit 1
+}
+windows() { xdotool search --onlyvisible --pid "$pid" 2>/dev/null || true; }
+first_window() { timeout 20 xdotool search --sync --onlyvisible --pid "$pid" | head -n 1; }
+wait_for_windows() {
+    for _ in $(seq 200); do
+        [ "$(windows | wc -l)" -eq "$1" ] && return 0
+        sleep 0.1
+    done
+    fail "expected $1 window(s) of the demo"
+}
