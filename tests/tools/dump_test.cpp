@@ -326,28 +326,23 @@ TEST(DumpTool, ShowsTheGeneralAndPathTabsInJson)
              fixtures({"rsa-inter.pem", "orphan-leaf.pem", "expired-leaf.pem"}));
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_TRUE(validJson(run.out)) << run.out;
-    for (const std::string &part :
-         {std::string("\"general\": {\"verdict\": \"没有足够信息，不能验证该证书\", "
-                      "\"status\": 4, "
-                      "\"subject\": \"Orphan Leaf\", \"issuer\": \"Vanished CA\", "),
-          std::string(" \"path\": {\"selected\": 0, \"status\": "
-                      "\"没有足够信息，不能验证该证书\", "
-                      "\"rows\": [\n  {\"text\": \"Orphan Leaf\", \"name\": "
-                      "\"Orphan Leaf\", "
-                      "\"status\": 4, \"statusText\": "
-                      "\"没有足够信息，不能验证该证书\"}\n]}}"),
-          std::string("\"general\": {\"verdict\": \"该证书已过期，或尚未生效\", "
-                      "\"status\": 5, "),
-          std::string(" \"path\": {\"selected\": 2, \"status\": "
-                      "\"该证书已过期，或尚未生效\", "),
-          std::string("  {\"text\": \"\\t|- Tavik Test Intermediate CA\", "
-                      "\"name\": \"Tavik Test "
-                      "Intermediate CA\", \"status\": 2, \"statusText\": "
-                      "\"该证书没有问题\"},\n"),
-          std::string("  {\"text\": \"\\t\\t|- Expired Leaf\", \"name\": "
-                      "\"Expired Leaf\", "
-                      "\"status\": 5, \"statusText\": "
-                      "\"该证书已过期，或尚未生效\"}\n]}}")})
+    const char *const parts[] = {
+        R"("general": {"verdict": "没有足够信息，不能验证该证书", "status": 4, )"
+        R"("subject": "Orphan Leaf", "issuer": "Vanished CA", )",
+        R"( "path": {"selected": 0, "status": "没有足够信息，不能验证该证书", "rows": [)"
+        "\n"
+        R"(  {"text": "Orphan Leaf", "name": "Orphan Leaf", "status": 4, )"
+        R"("statusText": "没有足够信息，不能验证该证书"})"
+        "\n]}}",
+        R"("general": {"verdict": "该证书已过期，或尚未生效", "status": 5, )",
+        R"( "path": {"selected": 2, "status": "该证书已过期，或尚未生效", )",
+        R"(  {"text": "\t|- Tavik Test Intermediate CA", "name": "Tavik Test Intermediate CA", )"
+        R"("status": 2, "statusText": "该证书没有问题"},)"
+        "\n",
+        R"(  {"text": "\t\t|- Expired Leaf", "name": "Expired Leaf", "status": 5, )"
+        R"("statusText": "该证书已过期，或尚未生效"})"
+        "\n]}}"};
+    for (const char *part : parts)
         EXPECT_NE(run.out.find(part), std::string::npos) << part << "\nin:\n" << run.out;
 }
 
