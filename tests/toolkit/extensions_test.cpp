@@ -13,25 +13,7 @@
 namespace {
 
 using namespace pkiui::test;
-using tavik::TimePtr;
-template <class T, void (*F)(T *)> using Own = std::unique_ptr<T, Free<F>>;
-using BcPtr = Own<tavik_cert_basicconstraints, tavik_cert_basicconstraints_free>;
-using EkuPtr = Own<tavik_cert_extkeyusage, tavik_cert_extkeyusage_free>;
-using MapsPtr = Own<tavik_cert_policymaps, tavik_cert_policymaps_free>;
-using MapPtr = Own<tavik_cert_policymap, tavik_cert_policymap_free>;
-using PcPtr = Own<tavik_cert_policyconstraints, tavik_cert_policyconstraints_free>;
-using PkupPtr = Own<tavik_cert_privkeyusageperiod, tavik_cert_privkeyusageperiod_free>;
-using AkidPtr = Own<tavik_cert_akid, tavik_cert_akid_free>;
-using PoliciesPtr = Own<tavik_cert_certpolicies, tavik_cert_certpolicies_free>;
-using InfoPtr = Own<tavik_cert_policyinfo, tavik_cert_policyinfo_free>;
-using QualPtr = Own<tavik_cert_polqualifierinfo, tavik_cert_polqualifierinfo_free>;
-using NoticePtr = Own<tavik_cert_usernotice, tavik_cert_usernotice_free>;
-using DpsPtr = Own<tavik_cert_crldps, tavik_cert_crldps_free>;
-using DpPtr = Own<tavik_cert_distpoint, tavik_cert_distpoint_free>;
-using DpNamePtr = Own<tavik_cert_dpname, tavik_cert_dpname_free>;
-using IdpPtr = Own<tavik_cert_idp, tavik_cert_idp_free>;
-using DescsPtr = Own<tavik_cert_accessdescs, tavik_cert_accessdescs_free>;
-using DescPtr = Own<tavik_cert_accessdesc, tavik_cert_accessdesc_free>;
+using namespace tavik;
 
 // ---- Reference readings ----
 
@@ -79,12 +61,12 @@ std::string pointsText(const tavik_cert_crldps *dps)
 {
     std::vector<std::string> out;
     for (int i = 0; i < tavik_cert_crldps_getitemcount(dps); ++i) {
-        const DpPtr dp(tavik_cert_crldps_getitem(dps, i));
+        const DistPointPtr dp(tavik_cert_crldps_getitem(dps, i));
         const DpNamePtr name(tavik_cert_distpoint_getdpname(dp.get()));
         if (name && tavik_cert_dpname_gettype(name.get()) == TAVIK_DPNAME_FULLNAME) {
             out.push_back("Full Name:");
             for (const std::string &n :
-                 printed(NamesPtr(tavik_cert_dpname_getfullname(name.get())).get(), false))
+                 printed(GeneralNamesPtr(tavik_cert_dpname_getfullname(name.get())).get(), false))
                 out.push_back(n);
         } else if (name) {
             out.push_back("Relative Name:");
@@ -92,7 +74,7 @@ std::string pointsText(const tavik_cert_crldps *dps)
         }
         if (const BitSetPtr reasons(tavik_cert_distpoint_getreasons(dp.get())); reasons)
             out.insert(out.end(), {"Reasons:", reasonsText(reasons.get())});
-        if (const NamesPtr issuer(tavik_cert_distpoint_getcrlissuer(dp.get())); issuer) {
+        if (const GeneralNamesPtr issuer(tavik_cert_distpoint_getcrlissuer(dp.get())); issuer) {
             out.push_back("CRL Issuer:");
             for (const std::string &n : printed(issuer.get(), false))
                 out.push_back(n);
@@ -204,7 +186,7 @@ TEST(BasicConstraintsKeyUsageAndKeyId, MatchOpensslOnTheFixtures)
         const ExtText bc = extText(name, "basicConstraints");
         const ExtPtr bcExt = findExt(cert.get(), "2.5.29.19");
         EXPECT_EQ(tavik_cert_ext_iscrical(bcExt.get()), bc.critical ? 1 : 0);
-        const BcPtr constraints(tavik_cert_ext_tobasicconstraints(bcExt.get()));
+        const BasicConstraintsPtr constraints(tavik_cert_ext_tobasicconstraints(bcExt.get()));
         ASSERT_TRUE(constraints);
         EXPECT_EQ(tavik_cert_basicconstraints_isca(constraints.get()),
                   bc.body.find("CA:TRUE") != std::string::npos ? 1 : 0);
@@ -227,7 +209,7 @@ TEST(BasicConstraintsKeyUsageAndKeyId, MatchOpensslOnTheFixtures)
 TEST(ExtendedKeyUsage, PurposesMatchOpensslInOrder)
 {
     const CertPtr cert = loadCert("ext-std");
-    const EkuPtr eku(tavik_cert_ext_toextkeyusage(findExt(cert.get(), "2.5.29.37").get()));
+    const ExtKeyUsagePtr eku(tavik_cert_ext_toextkeyusage(findExt(cert.get(), "2.5.29.37").get()));
     std::vector<std::string> got;
     for (int i = 0; i < tavik_cert_extkeyusage_getitemcount(eku.get()); ++i)
         got.push_back(named(tavik_cert_extkeyusage_getitem(eku.get(), i)));
@@ -329,22 +311,24 @@ TEST(Converters, ReadTheirOwnStructureWholeAndRefuseEveryOther)
 TEST(CaConstraints, MappingsConstraintsAndInhibitAnyPolicyMatchOpenssl)
 {
     const CertPtr cert = loadCert("ext-ca");
-    const MapsPtr maps(tavik_cert_ext_topolicymappings(findExt(cert.get(), "2.5.29.33").get()));
+    const PolicyMapsPtr maps(
+        tavik_cert_ext_topolicymappings(findExt(cert.get(), "2.5.29.33").get()));
     const std::vector<std::string> printed = split(extText("ext-ca", "policyMappings").body, ",");
     ASSERT_EQ(tavik_cert_policymaps_getitemcount(maps.get()), static_cast<int>(printed.size()));
     for (std::size_t i = 0; i < printed.size(); ++i) {
-        const MapPtr map(tavik_cert_policymaps_getitem(maps.get(), static_cast<int>(i)));
+        const PolicyMapPtr map(tavik_cert_policymaps_getitem(maps.get(), static_cast<int>(i)));
         EXPECT_EQ(textOf(tavik_cert_policymap_getissuerpolicy(map.get())) + ":" +
                       textOf(tavik_cert_policymap_getsubjectpolicy(map.get())),
                   printed[i]);
     }
     EXPECT_FALSE(
-        MapPtr(tavik_cert_policymaps_getitem(maps.get(), static_cast<int>(printed.size()))));
+        PolicyMapPtr(tavik_cert_policymaps_getitem(maps.get(), static_cast<int>(printed.size()))));
 
     std::map<std::string, std::int64_t> constraints;
     for (const std::string &part : split(extText("ext-ca", "policyConstraints").body, ","))
         constraints[part.substr(0, part.find(':'))] = std::stoll(part.substr(part.find(':') + 1));
-    const PcPtr pc(tavik_cert_ext_topolicyconstraints(findExt(cert.get(), "2.5.29.36").get()));
+    const PolicyConstraintsPtr pc(
+        tavik_cert_ext_topolicyconstraints(findExt(cert.get(), "2.5.29.36").get()));
     EXPECT_EQ(valueOf(tavik_cert_policyconstraints_getreqexppolicy(pc.get())),
               constraints.at("Require Explicit Policy"));
     EXPECT_EQ(valueOf(tavik_cert_policyconstraints_getinhibtpolicymapping(pc.get())),
@@ -395,7 +379,7 @@ TEST(PrivateKeyUsagePeriod, DatesMatchOpenssl)
         split(extText("ext-std", "privateKeyUsagePeriod").body, ",");
     ASSERT_EQ(parts.size(), 2U);
     const CertPtr cert = loadCert("ext-std");
-    const PkupPtr period(
+    const PrivKeyUsagePeriodPtr period(
         tavik_cert_ext_toprivkeyusageperiod(findExt(cert.get(), "2.5.29.16").get()));
     EXPECT_EQ(fieldsOf(tavik_cert_privkeyusageperiod_getnotbefore(period.get())),
               fieldsOf(parts[0].substr(parts[0].find(':') + 1)));
@@ -414,7 +398,7 @@ TEST(AuthorityKeyIdentifier, PartsMatchOpenssl)
         const AkidPtr akid(tavik_cert_ext_toakid(findExt(cert.get(), "2.5.29.35").get()));
         ASSERT_TRUE(akid);
         std::vector<std::string> got = {"keyid:" + colonHex(tavik_cert_akid_getkeyid(akid.get()))};
-        const NamesPtr issuer(tavik_cert_akid_getissuerissuername(akid.get()));
+        const GeneralNamesPtr issuer(tavik_cert_akid_getissuerissuername(akid.get()));
         for (const std::string &n : printed(issuer.get()))
             got.push_back(n);
         if (const BigIntPtr serial(tavik_cert_akid_getissuercertsn(akid.get())); serial)
@@ -433,7 +417,7 @@ TEST(GeneralNames, AlternativeNamesAndCertificateIssuerMatchOpenssl)
     };
     for (const auto &[fixture, name, oid] : cases) {
         const CertPtr cert = loadCert(fixture);
-        const NamesPtr names(tavik_cert_ext_togeneralnames(findExt(cert.get(), oid).get()));
+        const GeneralNamesPtr names(tavik_cert_ext_togeneralnames(findExt(cert.get(), oid).get()));
         EXPECT_EQ(join(printed(names.get()), ", "), extText(fixture, name).body) << name;
     }
 }
@@ -442,19 +426,19 @@ TEST(CertificatePolicies, PoliciesQualifiersAndNoticeMatchOpenssl)
 {
     const CertPtr cert = loadCert("ext-std");
     const ExtPtr ext = findExt(cert.get(), "2.5.29.32");
-    const PoliciesPtr list(tavik_cert_ext_tocertpolicies(ext.get()));
+    const CertPoliciesPtr list(tavik_cert_ext_tocertpolicies(ext.get()));
     std::vector<std::string> got;
     for (int i = 0; i < tavik_cert_certpolicies_getitemcount(list.get()); ++i) {
-        const InfoPtr info(tavik_cert_certpolicies_getitem(list.get(), i));
+        const PolicyInfoPtr info(tavik_cert_certpolicies_getitem(list.get(), i));
         got.push_back("Policy: " + named(tavik_cert_policyinfo_getid(info.get())));
         const int count = tavik_cert_policyinfo_getqualifiercount(info.get());
         EXPECT_EQ(tavik_cert_policyinfo_hasqualifier(info.get()), count > 0 ? 1 : 0);
-        EXPECT_FALSE(QualPtr(tavik_cert_policyinfo_getqualifier(info.get(), count)));
+        EXPECT_FALSE(PolQualifierPtr(tavik_cert_policyinfo_getqualifier(info.get(), count)));
         for (int k = 0; k < count; ++k) {
-            const QualPtr q(tavik_cert_policyinfo_getqualifier(info.get(), k));
+            const PolQualifierPtr q(tavik_cert_policyinfo_getqualifier(info.get(), k));
             const std::string id = textOf(tavik_cert_polqualifierinfo_getid(q.get()));
             const auto uri = utf8(tavik_cert_polqualifierinfo_getcpsuri(q.get()));
-            const NoticePtr notice(tavik_cert_polqualifierinfo_getusernotice(q.get()));
+            const UserNoticePtr notice(tavik_cert_polqualifierinfo_getusernotice(q.get()));
             // The DER of the qualifier: the URI's IA5String, or the notice as
             // it stands inside the extension value.
             const std::string der = hex(tavik_cert_polqualifierinfo_getqualifierencode(q.get()));
@@ -498,9 +482,9 @@ TEST(DistributionPoints, PointsMatchOpenssl)
     for (const auto &[fixture, name, oid, count] : cases) {
         SCOPED_TRACE(std::string(fixture) + " " + name);
         const CertPtr cert = loadCert(fixture);
-        const DpsPtr dps(tavik_cert_ext_tocrldp(findExt(cert.get(), oid).get()));
+        const CrlDpsPtr dps(tavik_cert_ext_tocrldp(findExt(cert.get(), oid).get()));
         ASSERT_EQ(tavik_cert_crldps_getitemcount(dps.get()), count);
-        EXPECT_FALSE(DpPtr(tavik_cert_crldps_getitem(dps.get(), count)));
+        EXPECT_FALSE(DistPointPtr(tavik_cert_crldps_getitem(dps.get(), count)));
         EXPECT_EQ(pointsText(dps.get()), extText(fixture, name).body);
     }
 }
@@ -517,7 +501,7 @@ TEST(IssuingDistributionPoint, NameFlagsAndReasonsMatchOpenssl)
     const DpNamePtr name(tavik_cert_idp_getdpname(idp.get()));
     EXPECT_EQ(tavik_cert_dpname_gettype(name.get()), TAVIK_DPNAME_FULLNAME);
     const std::vector<std::string> uris =
-        printed(NamesPtr(tavik_cert_dpname_getfullname(name.get())).get());
+        printed(GeneralNamesPtr(tavik_cert_dpname_getfullname(name.get())).get());
     ASSERT_EQ(uris.size(), 1U);
     // openssl runs the last URI into the next flag on one line.
     EXPECT_EQ(body.rfind("Full Name:\n" + uris[0] + " ", 0), 0U) << body;
@@ -538,12 +522,13 @@ TEST(AccessDescriptions, MethodsAndLocationsMatchOpenssl)
         {"subjectInfoAccess", "1.3.6.1.5.5.7.1.11"},
     };
     for (const auto &[name, oid] : cases) {
-        const DescsPtr descs(tavik_cert_ext_toaccessdescs(findExt(cert.get(), oid).get()));
+        const AccessDescsPtr descs(tavik_cert_ext_toaccessdescs(findExt(cert.get(), oid).get()));
         std::vector<std::string> got;
         for (int i = 0; i < tavik_cert_accessdescs_getitemcount(descs.get()); ++i) {
-            const DescPtr desc(tavik_cert_accessdescs_getitem(descs.get(), i));
-            got.push_back(named(tavik_cert_accessdesc_getmethod(desc.get())) + " - " +
-                          printed(NamePtr(tavik_cert_accessdesc_getlocation(desc.get())).get()));
+            const AccessDescPtr desc(tavik_cert_accessdescs_getitem(descs.get(), i));
+            got.push_back(
+                named(tavik_cert_accessdesc_getmethod(desc.get())) + " - " +
+                printed(GeneralNamePtr(tavik_cert_accessdesc_getlocation(desc.get())).get()));
         }
         EXPECT_EQ(join(got, "\n"), extText("ext-std", name).body) << name;
     }
@@ -573,7 +558,7 @@ TEST(BadFixture, TrailingBytesRefusedOddFormsRead)
     const ExtPtr bc = findExt(cert.get(), "2.5.29.19");
     ASSERT_TRUE(bc);
     EXPECT_TRUE(extText("ext-bad", "basicConstraints").present);
-    EXPECT_FALSE(BcPtr(tavik_cert_ext_tobasicconstraints(bc.get())));
+    EXPECT_FALSE(BasicConstraintsPtr(tavik_cert_ext_tobasicconstraints(bc.get())));
     EXPECT_EQ(bitsOf(tavik_cert_ext_tobitstring(findExt(cert.get(), "2.5.29.15").get())),
               std::set<int>{9});
 }
@@ -594,7 +579,7 @@ TEST(Converters, AbsentPartsAreNull)
     ASSERT_TRUE(akid);
     EXPECT_FALSE(BlobPtr(tavik_cert_akid_getkeyid(akid.get())));
     EXPECT_FALSE(BigIntPtr(tavik_cert_akid_getissuercertsn(akid.get())));
-    EXPECT_FALSE(NamesPtr(tavik_cert_akid_getissuerissuername(akid.get())));
+    EXPECT_FALSE(GeneralNamesPtr(tavik_cert_akid_getissuerissuername(akid.get())));
 
     // An empty IssuingDistributionPoint: the BOOLEANs take their DEFAULT;
     // onlyContainsCACerts [2] TRUE reads as exactly 1.
@@ -612,7 +597,7 @@ TEST(Converters, AbsentPartsAreNull)
 
     // PolicyConstraints with one part each; PrivateKeyUsagePeriod notAfter only.
     for (const bool first : {true, false}) {
-        const PcPtr pc(tavik_cert_ext_topolicyconstraints(
+        const PolicyConstraintsPtr pc(tavik_cert_ext_topolicyconstraints(
             ext({0x30, 0x03, static_cast<unsigned char>(first ? 0x80 : 0x81), 0x01, 0x05})
                 .ext.get()));
         ASSERT_TRUE(pc);
@@ -621,7 +606,7 @@ TEST(Converters, AbsentPartsAreNull)
         EXPECT_EQ(valueOf(tavik_cert_policyconstraints_getinhibtpolicymapping(pc.get())),
                   first ? std::nullopt : std::optional<std::int64_t>(5));
     }
-    const PkupPtr period(tavik_cert_ext_toprivkeyusageperiod(
+    const PrivKeyUsagePeriodPtr period(tavik_cert_ext_toprivkeyusageperiod(
         ext(tlv(0x30, tlv(0x81, str("20300101000000Z")))).ext.get()));
     ASSERT_TRUE(period);
     EXPECT_FALSE(TimePtr(tavik_cert_privkeyusageperiod_getnotbefore(period.get())));
@@ -631,11 +616,11 @@ TEST(Converters, AbsentPartsAreNull)
     // A user notice with explicit text only (a VisibleString), no reference.
     const Bytes unotice = oidDer("1.3.6.1.5.5.7.2.2");
     const Bytes qualifier = tlv(0x30, unotice + tlv(0x30, tlv(0x1A, str("Hi"))));
-    const PoliciesPtr list(tavik_cert_ext_tocertpolicies(
+    const CertPoliciesPtr list(tavik_cert_ext_tocertpolicies(
         ext(tlv(0x30, tlv(0x30, oidDer("1.2.3") + tlv(0x30, qualifier)))).ext.get()));
-    const QualPtr q(tavik_cert_policyinfo_getqualifier(
-        InfoPtr(tavik_cert_certpolicies_getitem(list.get(), 0)).get(), 0));
-    const NoticePtr notice(tavik_cert_polqualifierinfo_getusernotice(q.get()));
+    const PolQualifierPtr q(tavik_cert_policyinfo_getqualifier(
+        PolicyInfoPtr(tavik_cert_certpolicies_getitem(list.get(), 0)).get(), 0));
+    const UserNoticePtr notice(tavik_cert_polqualifierinfo_getusernotice(q.get()));
     ASSERT_TRUE(notice);
     EXPECT_EQ(utf8(tavik_cert_usernotice_getexplicittext(notice.get())), "Hi");
     EXPECT_FALSE(UStringPtr(tavik_cert_usernotice_getreforg(notice.get())));

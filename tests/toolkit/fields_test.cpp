@@ -8,15 +8,7 @@
 namespace {
 
 using namespace pkiui::test;
-
-using AlgPtr = std::unique_ptr<tavik_cert_algorithmid, Free<tavik_cert_algorithmid_free>>;
-using DssPtr = std::unique_ptr<tavik_cert_dssparams, Free<tavik_cert_dssparams_free>>;
-using PubKeyPtr = std::unique_ptr<tavik_cert_pubkey, Free<tavik_cert_pubkey_free>>;
-using RsaPtr = std::unique_ptr<tavik_crypto_rsakey, Free<tavik_crypto_rsakey_free>>;
-using EccPtr = std::unique_ptr<tavik_ecc_pubkey, Free<tavik_ecc_freepubkey>>;
-using PointPtr = std::unique_ptr<tavik_ecc_point, Free<tavik_ecc_freepoint>>;
-using DomainPtr = std::unique_ptr<tavik_ecc_domainparameters, Free<tavik_ecc_freedomainparameters>>;
-using ValuePtr = std::unique_ptr<tavik_asn1_value, Free<tavik_asn1_value_free>>;
+using namespace tavik;
 
 std::string hexOf(tavik_biginteger *owned)
 {
@@ -87,13 +79,13 @@ TEST(AlgorithmId, OidsAndParametersOfSignatureAndKey)
                                                               : params.empty() ? "-"
                                                                                : params);
             // Only a DSA key's identifier has Dss-Parms.
-            EXPECT_EQ(DssPtr(tavik_cert_algorithmid_getdssparams(alg.get())) != nullptr,
+            EXPECT_EQ(DssParamsPtr(tavik_cert_algorithmid_getdssparams(alg.get())) != nullptr,
                       key && std::string(row.cert) == "dsa-self");
         }
     }
     const CertPtr dsa = loadCert("dsa-self");
     const AlgPtr alg(tavik_cert_getpubkeyalgorithm(dsa.get()));
-    const DssPtr params(tavik_cert_algorithmid_getdssparams(alg.get()));
+    const DssParamsPtr params(tavik_cert_algorithmid_getdssparams(alg.get()));
     const std::string text = textOfKey("dsa-self");
     EXPECT_EQ(hexOf(tavik_cert_dssparams_getp(params.get())), hexBlockAfter(text, "P:"));
     EXPECT_EQ(hexOf(tavik_cert_dssparams_getq(params.get())), hexBlockAfter(text, "Q:"));
@@ -131,11 +123,11 @@ TEST(Keys, RsaModulusAndExponentUnderEitherIdentifier)
         SCOPED_TRACE(oid);
         EXPECT_EQ(oidOf(tavik_cert_getpubkeyalgorithm(cert.get())), oid);
         const PubKeyPtr key(tavik_cert_getpubkey(cert.get()));
-        const RsaPtr rsa(tavik_cert_pubkey_torsapubkey(key.get()));
+        const RsaKeyPtr rsa(tavik_cert_pubkey_torsapubkey(key.get()));
         EXPECT_EQ("Modulus=" + hexOf(tavik_crypto_rsakey_getmodulus(rsa.get())) + "\n",
                   openssl("x509 -noout -modulus -in " + fixturePath("rsa-leaf.pem")));
         EXPECT_EQ(hexOf(tavik_crypto_rsakey_getpubexp(rsa.get())), exponent);
-        EXPECT_FALSE(EccPtr(tavik_cert_pubkey_toeccpubkey(key.get())));
+        EXPECT_FALSE(EccKeyPtr(tavik_cert_pubkey_toeccpubkey(key.get())));
     }
 }
 
@@ -148,11 +140,11 @@ TEST(Keys, EcPointsAndCurves)
         SCOPED_TRACE(cert);
         const CertPtr handle = loadCert(cert);
         const PubKeyPtr key(tavik_cert_getpubkey(handle.get()));
-        const EccPtr ecc(tavik_cert_pubkey_toeccpubkey(key.get()));
-        const PointPtr point(tavik_ecc_getpubkeypoint(ecc.get()));
-        const DomainPtr domain(tavik_ecc_getdomainparametersfrompubkey(ecc.get()));
+        const EccKeyPtr ecc(tavik_cert_pubkey_toeccpubkey(key.get()));
+        const EccPointPtr point(tavik_ecc_getpubkeypoint(ecc.get()));
+        const EccParamsPtr domain(tavik_ecc_getdomainparametersfrompubkey(ecc.get()));
         ASSERT_TRUE(point && domain);
-        EXPECT_FALSE(RsaPtr(tavik_cert_pubkey_torsapubkey(key.get())));
+        EXPECT_FALSE(RsaKeyPtr(tavik_cert_pubkey_torsapubkey(key.get())));
 
         const std::string text = textOfKey(cert);
         EXPECT_NE(text.find(name ? std::string("ASN1 OID: ") + name : "Field Type: prime-field"),
@@ -306,7 +298,7 @@ TEST(Certificate, VersionSerialAndUniqueIds)
         // its top bit is set.
         tavik_asn1_value *raw = nullptr;
         ASSERT_EQ(tavik_cert_getserialnumber_ex(cert.get(), &raw), 1);
-        const ValuePtr serial(raw);
+        const Asn1ValuePtr serial(raw);
         Bytes content(static_cast<std::size_t>(tavik_asn1_integer_getlength(serial.get())));
         ASSERT_EQ(tavik_asn1_integer_get(serial.get(), content.data(), content.size()), 1);
         const std::string line =
@@ -331,7 +323,7 @@ TEST(Certificate, VersionSerialAndUniqueIds)
     // What the fixture script put there, by hand: a serial 02 09 00 8F..46.
     tavik_asn1_value *raw = nullptr;
     ASSERT_EQ(tavik_cert_getserialnumber_ex(loadCert("serial00-leaf").get(), &raw), 1);
-    EXPECT_EQ(tavik_asn1_value_getencodedlength(ValuePtr(raw).get()), 11u);
+    EXPECT_EQ(tavik_asn1_value_getencodedlength(Asn1ValuePtr(raw).get()), 11u);
 }
 
 // Every family refuses null arguments: a null handle, a failure status or -1.
@@ -360,8 +352,8 @@ TEST(NullArguments, AreRefusedByEveryFamily)
         {"key",
          [] {
              return !PubKeyPtr(tavik_cert_getpubkey(nullptr)) &&
-                    !RsaPtr(tavik_cert_pubkey_torsapubkey(nullptr)) &&
-                    !EccPtr(tavik_cert_pubkey_toeccpubkey(nullptr));
+                    !RsaKeyPtr(tavik_cert_pubkey_torsapubkey(nullptr)) &&
+                    !EccKeyPtr(tavik_cert_pubkey_toeccpubkey(nullptr));
          }},
         {"encodings",
          [] {

@@ -11,14 +11,13 @@
 namespace {
 
 using namespace pkiui::test;
-using OtherPtr = std::unique_ptr<tavik_cert_othername, Free<tavik_cert_othername_free>>;
+using namespace tavik;
 using EdiPtr = std::unique_ptr<tavik_cert_ediparyname, Free<tavik_cert_ediparyname_free>>;
 
 std::optional<std::u32string> codePoints(tavik_ustring *owned)
 {
     const UStringPtr s(owned);
-    const std::unique_ptr<wchar_t, Free<tavik_free>> wide(s ? tavik_ustring_towcs(s.get())
-                                                            : nullptr);
+    const WideTextPtr wide(s ? tavik_ustring_towcs(s.get()) : nullptr);
     if (!wide)
         return std::nullopt;
     std::u32string out;
@@ -64,14 +63,14 @@ CertPtr sanCert(const Bytes &names)
     return certWith(kPlainName, {{"2.5.29.17", tlv(0x30, names)}});
 }
 
-NamesPtr altNames(const CertPtr &cert)
+GeneralNamesPtr altNames(const CertPtr &cert)
 {
-    return NamesPtr(tavik_cert_ext_togeneralnames(findExt(cert.get(), "2.5.29.17").get()));
+    return GeneralNamesPtr(tavik_cert_ext_togeneralnames(findExt(cert.get(), "2.5.29.17").get()));
 }
 
-std::vector<NamePtr> items(const NamesPtr &names)
+std::vector<GeneralNamePtr> items(const GeneralNamesPtr &names)
 {
-    std::vector<NamePtr> out;
+    std::vector<GeneralNamePtr> out;
     for (int i = 0; i < tavik_cert_generalnames_getitemcount(names.get()); ++i)
         out.emplace_back(tavik_cert_generalnames_getitem(names.get(), i));
     return out;
@@ -197,7 +196,7 @@ std::string describe(const tavik_cert_generalname *name)
     add("regid", owned(tavik_cert_generalname_getregid(name)));
     if (const DnPtr dn(tavik_cert_generalname_getdirname(name)); dn)
         add("dir", dnText(dn.get(), true));
-    if (const OtherPtr other(tavik_cert_generalname_getothername(name)); other)
+    if (const OtherNamePtr other(tavik_cert_generalname_getothername(name)); other)
         add("other", textOf(tavik_cert_othername_gettype(other.get())) + ":" +
                          hex(tavik_cert_othername_getvalue(other.get())));
     if (const EdiPtr edi(tavik_cert_generalname_getediname(name)); edi)
@@ -206,7 +205,7 @@ std::string describe(const tavik_cert_generalname *name)
     return out;
 }
 
-std::vector<std::string> describeAll(const NamesPtr &names)
+std::vector<std::string> describeAll(const GeneralNamesPtr &names)
 {
     std::vector<std::string> out;
     for (const auto &name : items(names))
@@ -219,7 +218,7 @@ std::vector<std::string> describeAll(const NamesPtr &names)
 TEST(GeneralName, ExtNamesFixtureCarriesAllNineChoices)
 {
     const CertPtr cert = loadCert("ext-names");
-    const NamesPtr names = altNames(cert);
+    const GeneralNamesPtr names = altNames(cert);
     const std::vector<std::string> expected = {
         "0 other=1.3.6.1.4.1.311.20.2.3:0C1075736572406578616D706C652E636F6D",
         "0 other=1.3.6.1.4.1.311.25.1:0410000102030405060708090A0B0C0D0E0F",
@@ -340,7 +339,7 @@ std::vector<std::string> describeSubtrees(tavik_cert_generalsubtrees *owned)
     std::vector<std::string> out;
     for (int i = 0; i < tavik_cert_generalsubtrees_getitemcount(subtrees.get()); ++i) {
         const SubtreePtr subtree(tavik_cert_generalsubtrees_getitem(subtrees.get(), i));
-        const NamePtr base(tavik_cert_generalsubtree_getbase(subtree.get()));
+        const GeneralNamePtr base(tavik_cert_generalsubtree_getbase(subtree.get()));
         out.push_back(describe(base.get()) + " (" +
                       bound(tavik_cert_generalsubtree_getmin(subtree.get()), "Min") + ".." +
                       bound(tavik_cert_generalsubtree_getmax(subtree.get()), "Max") + ")");
@@ -348,9 +347,10 @@ std::vector<std::string> describeSubtrees(tavik_cert_generalsubtrees *owned)
     return out;
 }
 
-NcPtr constraintsOf(const CertPtr &cert)
+NameConstraintsPtr constraintsOf(const CertPtr &cert)
 {
-    return NcPtr(tavik_cert_ext_tonameconstraints(findExt(cert.get(), "2.5.29.30").get()));
+    return NameConstraintsPtr(
+        tavik_cert_ext_tonameconstraints(findExt(cert.get(), "2.5.29.30").get()));
 }
 
 TEST(Subtrees, BasesMatchOpensslWithTheirMasksAndBounds)
@@ -364,7 +364,7 @@ TEST(Subtrees, BasesMatchOpensslWithTheirMasksAndBounds)
                    compressed(":" + line.substr(slash + 1)).substr(1);
         expected += line + "\n";
     }
-    const NcPtr nc = constraintsOf(loadCert("ext-ca"));
+    const NameConstraintsPtr nc = constraintsOf(loadCert("ext-ca"));
     std::string got;
     for (auto [label, list] :
          {std::pair{"Permitted:", tavik_cert_nameconstraints_getpremit(nc.get())},
@@ -374,7 +374,7 @@ TEST(Subtrees, BasesMatchOpensslWithTheirMasksAndBounds)
         for (int i = 0; i < tavik_cert_generalsubtrees_getitemcount(subtrees.get()); ++i) {
             const SubtreePtr subtree(tavik_cert_generalsubtrees_getitem(subtrees.get(), i));
             const std::string base =
-                printed(NamePtr(tavik_cert_generalsubtree_getbase(subtree.get())).get());
+                printed(GeneralNamePtr(tavik_cert_generalsubtree_getbase(subtree.get())).get());
             got += (base.rfind("IP Address:", 0) == 0 ? "IP:" + base.substr(11) : base) + "\n";
         }
     }
@@ -388,7 +388,7 @@ TEST(Subtrees, BasesMatchOpensslWithTheirMasksAndBounds)
     const Bytes subtrees = tlv(0x30, dns + tlv(0x80, {0x00})) +
                            tlv(0x30, dns + tlv(0x81, {0x00, 0x80})) +
                            tlv(0x30, tlv(0x87, Bytes(32, 0))) + tlv(0x30, tlv(0x87, {10, 0, 0, 1}));
-    const NcPtr built =
+    const NameConstraintsPtr built =
         constraintsOf(certWith(kPlainName, {{"2.5.29.30", tlv(0x30, tlv(0xA0, subtrees))}}));
     ASSERT_TRUE(built);
     EXPECT_FALSE(SubtreesPtr(tavik_cert_nameconstraints_getexclude(built.get())));

@@ -28,24 +28,11 @@
 
 namespace pkiui::test {
 
-using tavik::BigIntPtr;
-using tavik::BitSetPtr;
-using tavik::BlobPtr;
+// Owners the model tests name through this header.
 using tavik::CertPtr;
-using tavik::Free;
-using tavik::TextPtr;
-using UStringPtr = std::unique_ptr<tavik_ustring, Free<tavik_ustring_free>>;
-using DnPtr = std::unique_ptr<tavik_cert_dn, Free<tavik_cert_dn_free>>;
-using RdnPtr = std::unique_ptr<tavik_cert_rdn, Free<tavik_cert_rdn_free>>;
-using AtvPtr = std::unique_ptr<tavik_cert_attrtypeandvalue, Free<tavik_cert_attrtypeandvalue_free>>;
-using ExtsPtr = std::unique_ptr<tavik_cert_exts, Free<tavik_cert_exts_free>>;
-using ExtPtr = std::unique_ptr<tavik_cert_ext, Free<tavik_cert_ext_free>>;
-using NamesPtr = std::unique_ptr<tavik_cert_generalnames, Free<tavik_cert_generalnames_free>>;
-using NamePtr = std::unique_ptr<tavik_cert_generalname, Free<tavik_cert_generalname_free>>;
-using SubtreesPtr =
-    std::unique_ptr<tavik_cert_generalsubtrees, Free<tavik_cert_generalsubtrees_free>>;
-using SubtreePtr = std::unique_ptr<tavik_cert_generalsubtree, Free<tavik_cert_generalsubtree_free>>;
-using NcPtr = std::unique_ptr<tavik_cert_nameconstraints, Free<tavik_cert_nameconstraints_free>>;
+using tavik::ExtPtr;
+using tavik::UStringPtr;
+using ObjPtr = std::unique_ptr<ASN1_OBJECT, tavik::Free<ASN1_OBJECT_free>>;
 
 // ---- Text ----
 
@@ -84,7 +71,7 @@ inline std::string hex(const Bytes &bytes)
 // Takes the blob over; "-" for none.
 inline std::string hex(tavik_data_blob *owned)
 {
-    const BlobPtr blob(owned);
+    const tavik::BlobPtr blob(owned);
     return blob ? hex(blob->data, blob->length) : "-";
 }
 
@@ -109,7 +96,7 @@ inline std::string digitsOf(const std::string &text)
 // Dotted form of an OID name or number as OpenSSL knows it.
 inline std::string dotted(const std::string &name)
 {
-    const std::unique_ptr<ASN1_OBJECT, Free<ASN1_OBJECT_free>> obj(OBJ_txt2obj(name.c_str(), 0));
+    const ObjPtr obj(OBJ_txt2obj(name.c_str(), 0));
     char text[128] = "";
     if (obj)
         OBJ_obj2txt(text, sizeof text, obj.get(), 1);
@@ -120,24 +107,24 @@ inline std::string dotted(const std::string &name)
 
 inline std::string textOf(char *owned)
 {
-    const TextPtr text(owned);
+    const tavik::TextPtr text(owned);
     return text ? text.get() : "(null)";
 }
 
 inline std::optional<std::string> utf8(tavik_ustring *owned)
 {
-    const UStringPtr s(owned);
+    const tavik::UStringPtr s(owned);
     char *out = nullptr;
     std::size_t length = 0;
     if (!s || tavik_ustring_tombs(s.get(), "UTF-8", &out, &length) != 1)
         return std::nullopt;
-    const TextPtr text(out);
+    const tavik::TextPtr text(out);
     return std::string(out, length);
 }
 
 inline std::optional<std::int64_t> valueOf(tavik_biginteger *owned)
 {
-    const BigIntPtr n(owned);
+    const tavik::BigIntPtr n(owned);
     std::int64_t v = 0;
     if (!n || tavik_biginteger_getvalue(n.get(), &v) != 1)
         return std::nullopt;
@@ -146,7 +133,7 @@ inline std::optional<std::int64_t> valueOf(tavik_biginteger *owned)
 
 inline std::set<int> bitsOf(tavik_bitset *owned)
 {
-    const BitSetPtr set(owned);
+    const tavik::BitSetPtr set(owned);
     std::set<int> bits;
     for (int i = 0; set && i < 64; ++i)
         if (tavik_bitset_isset(set.get(), i))
@@ -160,7 +147,7 @@ inline std::set<int> bitsOf(tavik_bitset *owned)
 inline std::string named(char *owned)
 {
     const std::string oid = textOf(owned);
-    const std::unique_ptr<ASN1_OBJECT, Free<ASN1_OBJECT_free>> obj(OBJ_txt2obj(oid.c_str(), 1));
+    const ObjPtr obj(OBJ_txt2obj(oid.c_str(), 1));
     char text[128] = "";
     if (obj)
         OBJ_obj2txt(text, sizeof text, obj.get(), 0);
@@ -180,7 +167,7 @@ inline std::string rdnText(const tavik_cert_rdn *rdn, bool oneline)
 {
     std::string out;
     for (int k = 0; k < tavik_cert_rdn_getitemcount(rdn); ++k) {
-        const AtvPtr atv(tavik_cert_rdn_getitem(rdn, k));
+        const tavik::AtvPtr atv(tavik_cert_rdn_getitem(rdn, k));
         const std::string type = textOf(tavik_cert_attrtypeandvalue_gettype(atv.get()));
         out += std::string(k ? (oneline ? "+" : " + ") : "") +
                OBJ_nid2sn(OBJ_txt2nid(type.c_str())) + (oneline ? "=" : " = ") +
@@ -196,7 +183,7 @@ inline std::string dnText(const tavik_cert_dn *dn, bool oneline)
         out += (oneline ? "/"
                 : i     ? ", "
                         : "") +
-               rdnText(RdnPtr(tavik_cert_dn_getitem(dn, i)).get(), oneline);
+               rdnText(tavik::RdnPtr(tavik_cert_dn_getitem(dn, i)).get(), oneline);
     return out;
 }
 
@@ -212,7 +199,8 @@ inline std::string printed(const tavik_cert_generalname *name, bool oneline = tr
     if (texts.count(type))
         return texts.at(type).first + utf8(texts.at(type).second(name)).value_or("?");
     if (type == TAVIK_GN_DIRNAME)
-        return "DirName:" + dnText(DnPtr(tavik_cert_generalname_getdirname(name)).get(), oneline);
+        return "DirName:" +
+               dnText(tavik::DnPtr(tavik_cert_generalname_getdirname(name)).get(), oneline);
     if (type == TAVIK_GN_REGID)
         return "Registered ID:" + textOf(tavik_cert_generalname_getregid(name));
     return type == TAVIK_GN_IP ? "IP Address:" + textOf(tavik_cert_generalname_getip(name)) : "?";
@@ -222,7 +210,8 @@ inline std::vector<std::string> printed(const tavik_cert_generalnames *names, bo
 {
     std::vector<std::string> out;
     for (int i = 0; i < tavik_cert_generalnames_getitemcount(names); ++i)
-        out.push_back(printed(NamePtr(tavik_cert_generalnames_getitem(names, i)).get(), oneline));
+        out.push_back(printed(
+            tavik::GeneralNamePtr(tavik_cert_generalnames_getitem(names, i)).get(), oneline));
     return out;
 }
 
@@ -320,7 +309,7 @@ inline Bytes str(const std::string &s)
 
 inline Bytes oidDer(const char *oid)
 {
-    const std::unique_ptr<ASN1_OBJECT, Free<ASN1_OBJECT_free>> obj(OBJ_txt2obj(oid, 1));
+    const ObjPtr obj(OBJ_txt2obj(oid, 1));
     unsigned char *der = nullptr;
     const int n = obj ? i2d_ASN1_OBJECT(obj.get(), &der) : -1;
     const Bytes out = n > 0 ? Bytes(der, der + n) : Bytes{};
@@ -333,20 +322,20 @@ inline Bytes oidDer(const char *oid)
 // Adds an extension whose value is the DER given.
 inline bool addRawExt(X509 *x, const char *oid, const Bytes &value, bool critical = false)
 {
-    const std::unique_ptr<ASN1_OBJECT, Free<ASN1_OBJECT_free>> obj(OBJ_txt2obj(oid, 1));
-    const std::unique_ptr<ASN1_OCTET_STRING, Free<ASN1_OCTET_STRING_free>> octets(
+    const ObjPtr obj(OBJ_txt2obj(oid, 1));
+    const std::unique_ptr<ASN1_OCTET_STRING, tavik::Free<ASN1_OCTET_STRING_free>> octets(
         ASN1_OCTET_STRING_new());
     if (!obj || !octets ||
         !ASN1_OCTET_STRING_set(octets.get(), value.data(), static_cast<int>(value.size())))
         return false;
-    const std::unique_ptr<X509_EXTENSION, Free<X509_EXTENSION_free>> ext(
+    const std::unique_ptr<X509_EXTENSION, tavik::Free<X509_EXTENSION_free>> ext(
         X509_EXTENSION_create_by_OBJ(nullptr, obj.get(), critical, octets.get()));
     return ext && X509_add_ext(x, ext.get(), -1);
 }
 
 // A v3 certificate OpenSSL makes and signs with a P-256 key after edit has
 // changed it.
-inline CertPtr madeCert(const std::function<bool(X509 *)> &edit)
+inline tavik::CertPtr madeCert(const std::function<bool(X509 *)> &edit)
 {
     static const KeyPtr key(EVP_EC_gen("P-256"));
     const X509Ptr x(X509_new());
@@ -360,12 +349,12 @@ inline CertPtr madeCert(const std::function<bool(X509 *)> &edit)
 }
 
 // A certificate with the subject name (DER) and raw extensions {oid, value}.
-inline CertPtr certWith(const Bytes &subject,
-                        const std::vector<std::pair<const char *, Bytes>> &exts = {})
+inline tavik::CertPtr certWith(const Bytes &subject,
+                               const std::vector<std::pair<const char *, Bytes>> &exts = {})
 {
     return madeCert([&](X509 *x) {
         const unsigned char *p = subject.data();
-        const std::unique_ptr<X509_NAME, Free<X509_NAME_free>> name(
+        const std::unique_ptr<X509_NAME, tavik::Free<X509_NAME_free>> name(
             d2i_X509_NAME(nullptr, &p, static_cast<long>(subject.size())));
         if (!name || !X509_set_subject_name(x, name.get()))
             return false;
@@ -376,10 +365,10 @@ inline CertPtr certWith(const Bytes &subject,
     });
 }
 
-inline ExtPtr findExt(TAVIK_CERT_st *cert, const char *oid)
+inline tavik::ExtPtr findExt(TAVIK_CERT_st *cert, const char *oid)
 {
-    const ExtsPtr exts(tavik_cert_getexts(cert));
-    return ExtPtr(tavik_cert_exts_find(exts.get(), oid));
+    const tavik::ExtsPtr exts(tavik_cert_getexts(cert));
+    return tavik::ExtPtr(tavik_cert_exts_find(exts.get(), oid));
 }
 
 } // namespace pkiui::test
