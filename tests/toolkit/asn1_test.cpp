@@ -2,32 +2,18 @@
 // and the private extensions read through it.
 #include <gtest/gtest.h>
 
-#include <openssl/evp.h>
-#include <openssl/objects.h>
-#include <openssl/x509v3.h>
-
 #include <climits>
-#include <cstdint>
-#include <fstream>
 #include <initializer_list>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
 
-#include "fixtures.hpp"
-#include "tavik_ptr.hpp"
+#include "reference.hpp"
 
 namespace {
 
-using tavik::BlobPtr;
-using tavik::TextPtr;
-using Bytes = std::vector<unsigned char>;
-using ValuePtr = std::unique_ptr<tavik_asn1_value, tavik::Free<tavik_asn1_value_free>>;
-using StreamPtr = std::unique_ptr<tavik_stream, tavik::Free<tavik_stream_free>>;
+using namespace pkiui::test;
+using namespace tavik;
 
 // "02 01 05" to bytes; "'abc'" adds the characters; "*128" adds that many 'x'.
-Bytes hex(const std::string &text)
+Bytes der(const std::string &text)
 {
     Bytes out;
     for (std::size_t i = 0; i < text.size();) {
@@ -49,24 +35,18 @@ Bytes hex(const std::string &text)
     return out;
 }
 
-Bytes bytesOf(const BlobPtr &blob)
-{
-    return blob ? Bytes(blob->data, blob->data + blob->length) : Bytes{0xEE, 0xEE};
-}
-
-ValuePtr decode(const Bytes &der, int type)
+Asn1ValuePtr decode(const Bytes &der, int type)
 {
     tavik_asn1_value *value = nullptr;
     if (tavik_asn1_mem_decode(der.data(), der.size(), type, &value) != 1)
         return nullptr;
-    return ValuePtr(value);
+    return Asn1ValuePtr(value);
 }
 
 // DER made by the openssl command from an ASN1_generate_nconf string.
 Bytes opensslDer(const std::string &genstr)
 {
-    const std::string out =
-        pkiui::test::openssl("asn1parse -genstr '" + genstr + "' -noout -out /dev/stdout");
+    const std::string out = openssl("asn1parse -genstr '" + genstr + "' -noout -out /dev/stdout");
     return Bytes(out.begin(), out.end());
 }
 
@@ -108,7 +88,7 @@ TEST(Asn1Decode, EveryTypeCodeAcceptsItsOwnDerAndRefusesTheRest)
     };
     // clang-format on
     for (const Case &c : cases) {
-        const ValuePtr value = decode(hex(c.der), c.type);
+        const Asn1ValuePtr value = decode(der(c.der), c.type);
         ASSERT_EQ(value != nullptr, c.encoded != 0) << c.der;
         if (value) {
             EXPECT_EQ(tavik_asn1_value_gettype(value.get()), c.type) << c.der;
@@ -119,18 +99,18 @@ TEST(Asn1Decode, EveryTypeCodeAcceptsItsOwnDerAndRefusesTheRest)
 
 TEST(Asn1Decode, ReadersGiveTheContentOfTheirOwnTypesOnly)
 {
-    const ValuePtr utf8 = decode(hex("0C 03 'abc'"), TAVIK_ASN1_UTF8STRING);
-    const ValuePtr bmp = decode(hex("1E 02 4E 2D"), TAVIK_ASN1_BMPSTRING);
-    const ValuePtr octets = decode(hex("04 02 00 FF"), TAVIK_ASN1_OCTET_STRING);
-    const ValuePtr integer = decode(hex("02 02 FF 7F"), TAVIK_ASN1_INTEGER);
-    const ValuePtr yes = decode(hex("01 01 FF"), TAVIK_ASN1_BOOLEAN);
-    const ValuePtr no = decode(hex("01 01 00"), TAVIK_ASN1_BOOLEAN);
-    const ValuePtr oid = decode(hex("06 03 2A 03 04"), TAVIK_ASN1_OID);
+    const Asn1ValuePtr utf8 = decode(der("0C 03 'abc'"), TAVIK_ASN1_UTF8STRING);
+    const Asn1ValuePtr bmp = decode(der("1E 02 4E 2D"), TAVIK_ASN1_BMPSTRING);
+    const Asn1ValuePtr octets = decode(der("04 02 00 FF"), TAVIK_ASN1_OCTET_STRING);
+    const Asn1ValuePtr integer = decode(der("02 02 FF 7F"), TAVIK_ASN1_INTEGER);
+    const Asn1ValuePtr yes = decode(der("01 01 FF"), TAVIK_ASN1_BOOLEAN);
+    const Asn1ValuePtr no = decode(der("01 01 00"), TAVIK_ASN1_BOOLEAN);
+    const Asn1ValuePtr oid = decode(der("06 03 2A 03 04"), TAVIK_ASN1_OID);
     ASSERT_TRUE(utf8 && bmp && octets && integer && yes && no && oid);
 
-    EXPECT_EQ(bytesOf(BlobPtr(tavik_asn1_octetstring_getblob(utf8.get()))), hex("'abc'"));
-    EXPECT_EQ(bytesOf(BlobPtr(tavik_asn1_octetstring_getblob(bmp.get()))), hex("4E 2D"));
-    EXPECT_EQ(bytesOf(BlobPtr(tavik_asn1_octetstring_getblob(octets.get()))), hex("00 FF"));
+    EXPECT_EQ(hex(tavik_asn1_octetstring_getblob(utf8.get())), hex(der("'abc'")));
+    EXPECT_EQ(hex(tavik_asn1_octetstring_getblob(bmp.get())), hex(der("4E 2D")));
+    EXPECT_EQ(hex(tavik_asn1_octetstring_getblob(octets.get())), hex(der("00 FF")));
     for (const auto *other : {integer.get(), yes.get(), oid.get()})
         EXPECT_EQ(tavik_asn1_octetstring_getblob(other), nullptr);
     unsigned char out[2] = {};
@@ -145,7 +125,7 @@ TEST(Asn1Decode, ReadersGiveTheContentOfTheirOwnTypesOnly)
     EXPECT_EQ(tavik_asn1_value_getencodedlength(nullptr), 0u);
     tavik_asn1_value *value = nullptr;
     EXPECT_EQ(tavik_asn1_mem_decode(nullptr, 0, TAVIK_ASN1_NULL, &value), 0);
-    EXPECT_EQ(tavik_asn1_mem_decode(hex("05 00").data(), 2, TAVIK_ASN1_NULL, nullptr), 0);
+    EXPECT_EQ(tavik_asn1_mem_decode(der("05 00").data(), 2, TAVIK_ASN1_NULL, nullptr), 0);
 }
 
 TEST(Asn1Decode, OidsAndIntegersReadAsTheOpensslCommandWroteThem)
@@ -153,7 +133,7 @@ TEST(Asn1Decode, OidsAndIntegersReadAsTheOpensslCommandWroteThem)
     for (const char *oid : {"0.0", "1.2.840.113549.1.1.11", "2.999.1",
                             "2.25.329800735698586629295641978511506172918"}) {
         const Bytes der = opensslDer(std::string("OID:") + oid);
-        const ValuePtr value = decode(der, TAVIK_ASN1_OID);
+        const Asn1ValuePtr value = decode(der, TAVIK_ASN1_OID);
         ASSERT_TRUE(value) << oid;
         EXPECT_EQ(tavik_asn1_value_getencodedlength(value.get()), der.size()) << oid;
         EXPECT_STREQ(TextPtr(tavik_asn1_oid_getstring(value.get())).get(), oid);
@@ -161,7 +141,7 @@ TEST(Asn1Decode, OidsAndIntegersReadAsTheOpensslCommandWroteThem)
     for (const char *n : {"0", "127", "128", "-128", "-129", "-9223372036854775808",
                           "340282366920938463463374607431768211456"}) {
         const Bytes der = opensslDer(std::string("INTEGER:") + n);
-        const ValuePtr value = decode(der, TAVIK_ASN1_INTEGER);
+        const Asn1ValuePtr value = decode(der, TAVIK_ASN1_INTEGER);
         ASSERT_TRUE(value && der.size() >= 3) << n;
         const Bytes content(der.begin() + 2, der.end());
         ASSERT_EQ(tavik_asn1_integer_getlength(value.get()), static_cast<int>(content.size()));
@@ -194,7 +174,7 @@ TEST(Asn1Stream, IdentifiersAndLengthsAreReadMinimallyOrNotAtAll)
     };
     // clang-format on
     for (const Case &c : cases) {
-        Bytes bytes = hex(c.bytes);
+        Bytes bytes = der(c.bytes);
         bytes.push_back(0); // a readable byte past the stream, for the empty one
         const StreamPtr stream(tavik_stream_new_romem(bytes.data(), bytes.size() - 1, 0, 0));
         ASSERT_TRUE(stream);
@@ -216,7 +196,7 @@ TEST(Asn1Stream, IdentifiersAndLengthsAreReadMinimallyOrNotAtAll)
 // the stream where it was.
 TEST(Asn1Stream, ValuesAreTakenInTurnAndARefusalLeavesTheStreamInPlace)
 {
-    const Bytes bytes = hex("02 01 05  04 02 AA BB  80 03 '123'  A1 05 0C 03 'abc'  'a*' 01");
+    const Bytes bytes = der("02 01 05  04 02 AA BB  80 03 '123'  A1 05 0C 03 'abc'  'a*' 01");
     const StreamPtr stream(tavik_stream_new_romem(bytes.data(), bytes.size(), 0, 0));
     ASSERT_TRUE(stream);
     enum Op { Whole, Head, Content };
@@ -253,13 +233,13 @@ TEST(Asn1Stream, ValuesAreTakenInTurnAndARefusalLeavesTheStreamInPlace)
         } else {
             ok = tavik_asn1_decode_content(stream.get(), s.type, s.length, &value);
         }
-        const ValuePtr owned(value);
+        const Asn1ValuePtr owned(value);
         EXPECT_EQ(ok, s.ok ? 1 : 0) << s.remaining;
         EXPECT_EQ(tavik_stream_remaining(stream.get()), s.remaining);
         // The length counts what was read.
         EXPECT_EQ(tavik_asn1_value_getencodedlength(value), owned ? before - s.remaining : 0);
         if (owned && s.type == TAVIK_ASN1_OCTET_STRING && s.op == Content) {
-            EXPECT_EQ(bytesOf(BlobPtr(tavik_asn1_octetstring_getblob(value))), hex("'123'"));
+            EXPECT_EQ(hex(tavik_asn1_octetstring_getblob(value)), hex(der("'123'")));
         }
     }
 
@@ -276,59 +256,8 @@ TEST(Asn1Stream, ValuesAreTakenInTurnAndARefusalLeavesTheStreamInPlace)
 
 // ---- Private extensions ----
 
-// Owns what the toolkit hands out, freed by F.
-template <auto F, class T> std::unique_ptr<T, tavik::Free<F>> own(T *p)
-{
-    return std::unique_ptr<T, tavik::Free<F>>(p);
-}
-
 constexpr const char *kItemsOid = "1.3.6.1.4.1.18760.1.15";
 constexpr const char *kDigestsOid = "1.3.6.1.4.1.18760.1.12.1";
-
-Bytes cat(std::initializer_list<Bytes> parts)
-{
-    Bytes out;
-    for (const Bytes &part : parts)
-        out.insert(out.end(), part.begin(), part.end());
-    return out;
-}
-// Content here is always under 128 octets: one length octet.
-Bytes tlv(unsigned char identifier, const Bytes &content)
-{
-    return cat({{identifier, static_cast<unsigned char>(content.size())}, content});
-}
-// A certificate made here that carries one extension with the raw value.
-tavik::CertPtr certWith(const char *oid, const Bytes &value)
-{
-    using ObjPtr = std::unique_ptr<ASN1_OBJECT, tavik::Free<ASN1_OBJECT_free>>;
-    using OctetsPtr = std::unique_ptr<ASN1_OCTET_STRING, tavik::Free<ASN1_OCTET_STRING_free>>;
-    using ExtensionPtr = std::unique_ptr<X509_EXTENSION, tavik::Free<X509_EXTENSION_free>>;
-    const pkiui::test::KeyPtr key(EVP_EC_gen("P-256"));
-    const pkiui::test::X509Ptr x(X509_new());
-    const ObjPtr object(OBJ_txt2obj(oid, 1));
-    const OctetsPtr octets(ASN1_OCTET_STRING_new());
-    if (!key || !x || !object || !octets ||
-        !ASN1_OCTET_STRING_set(octets.get(), value.data(), static_cast<int>(value.size())))
-        return nullptr;
-    const ExtensionPtr ext(X509_EXTENSION_create_by_OBJ(nullptr, object.get(), 0, octets.get()));
-    X509_NAME_add_entry_by_txt(X509_get_subject_name(x.get()), "CN", MBSTRING_UTF8,
-                               reinterpret_cast<const unsigned char *>("ext"), -1, -1, 0);
-    if (!ext || !X509_set_version(x.get(), 2) || !X509_add_ext(x.get(), ext.get(), -1) ||
-        !ASN1_TIME_set_string(X509_getm_notBefore(x.get()), "20240101000000Z") ||
-        !ASN1_TIME_set_string(X509_getm_notAfter(x.get()), "20340101000000Z") ||
-        !X509_set_pubkey(x.get(), key.get()) || !X509_sign(x.get(), key.get(), EVP_sha256()))
-        return nullptr;
-    return pkiui::test::handleOf(x.get());
-}
-
-std::string hexOf(const Bytes &bytes)
-{
-    std::string out;
-    char digit[3];
-    for (const unsigned char byte : bytes)
-        out += (std::snprintf(digit, sizeof digit, "%02x", byte), digit);
-    return out;
-}
 
 // The extension read through the toolkit as "type encoding value" per item or
 // "oid [null] [params] hash" per digest, one a line; nullopt when refused.
@@ -336,40 +265,37 @@ std::optional<std::string> readExt(const tavik_cert_ext *ext, const char *as)
 {
     std::string out;
     if (as == kItemsOid) {
-        const auto items =
-            own<tavik_cert_identificationitems_free>(tavik_cert_ext_toidentificationitems(ext));
+        const IdItemsPtr items(tavik_cert_ext_toidentificationitems(ext));
         if (!items)
             return std::nullopt;
         const int count = tavik_cert_identificationitems_getitemcount(items.get());
         for (int i = 0; i < count; ++i) {
-            const auto item = own<tavik_cert_identificationitem_free>(
-                tavik_cert_identificationitems_getitem(items.get(), i));
+            const IdItemPtr item(tavik_cert_identificationitems_getitem(items.get(), i));
             std::int64_t type = 0, encoding = 0;
             const bool hasType = tavik_cert_identificationitem_gettype(item.get(), &type) == 1;
             const bool hasEncoding =
                 tavik_cert_identificationitem_getencode(item.get(), &encoding) == 1;
             out += (hasType ? std::to_string(type) : "-") + " ";
             out += (hasEncoding ? std::to_string(encoding) : "-") + " ";
-            out += hexOf(bytesOf(BlobPtr(tavik_cert_identificationitem_getvalue(item.get()))));
+            out += hex(tavik_cert_identificationitem_getvalue(item.get()));
             out += "\n";
         }
         EXPECT_EQ(tavik_cert_identificationitems_getitem(items.get(), count), nullptr);
         EXPECT_EQ(tavik_cert_identificationitems_getitem(items.get(), -1), nullptr);
         return out;
     }
-    const auto list = own<tavik_cert_digestinfolist_free>(tavik_cert_ext_todigestinfolist(ext));
+    const DigestInfoListPtr list(tavik_cert_ext_todigestinfolist(ext));
     if (!list)
         return std::nullopt;
     const int count = tavik_cert_digestinfolist_getitemcount(list.get());
     for (int i = 0; i < count; ++i) {
-        const auto info =
-            own<tavik_cert_digestinfo_free>(tavik_cert_digestinfolist_getitem(list.get(), i));
-        const tavik::AlgPtr alg(tavik_cert_digestinfo_getalgorithm(info.get()));
+        const DigestInfoPtr info(tavik_cert_digestinfolist_getitem(list.get(), i));
+        const AlgPtr alg(tavik_cert_digestinfo_getalgorithm(info.get()));
         const TextPtr oid(tavik_cert_algorithmid_getoid(alg.get()));
         out += std::string(oid ? oid.get() : "?") +
                (tavik_cert_algorithmid_hasnullparam(alg.get()) == 1 ? " null" : "") +
                (tavik_cert_algorithmid_hasparams(alg.get()) == 1 ? " params " : " ") +
-               hexOf(bytesOf(BlobPtr(tavik_cert_digestinfo_gethashvalue(info.get())))) + "\n";
+               hex(tavik_cert_digestinfo_gethashvalue(info.get())) + "\n";
     }
     EXPECT_EQ(tavik_cert_digestinfolist_getitem(list.get(), count), nullptr);
     return out;
@@ -378,10 +304,9 @@ std::optional<std::string> readExt(const tavik_cert_ext *ext, const char *as)
 // The value carried in a certificate made here, read as the extension of its OID.
 std::optional<std::string> readMade(const char *oid, const Bytes &value)
 {
-    const tavik::CertPtr cert = certWith(oid, value);
-    const tavik::ExtsPtr exts(cert ? tavik_cert_getexts(cert.get()) : nullptr);
-    const tavik::ExtPtr ext(exts ? tavik_cert_exts_find(exts.get(), oid) : nullptr);
-    EXPECT_TRUE(ext) << hexOf(value);
+    const CertPtr cert = madeCert([&](X509 *x) { return addRawExt(x, oid, value); });
+    const ExtPtr ext = findExt(cert.get(), oid);
+    EXPECT_TRUE(ext) << hex(value);
     return readExt(ext.get(), oid);
 }
 
@@ -390,20 +315,19 @@ std::string digestOf(const std::string &algorithm, const std::string &text)
 {
     const std::string path = ::testing::TempDir() + "asn1-digest-input";
     std::ofstream(path, std::ios::binary) << text;
-    const std::string out = pkiui::test::openssl("dgst -" + algorithm + " -r " + path);
-    return out.substr(0, out.find(' '));
+    const std::string out = openssl("dgst -" + algorithm + " -r " + path);
+    return digitsOf(out.substr(0, out.find(' ')));
 }
 
 TEST(PrivateExtensions, TheFixtureItemsAndDigestsReadAsEncoded)
 {
-    const tavik::CertPtr cert = pkiui::test::loadCert("ext-private");
-    const tavik::ExtsPtr exts(cert ? tavik_cert_getexts(cert.get()) : nullptr);
-    ASSERT_TRUE(exts);
-    const tavik::ExtPtr items(tavik_cert_exts_find(exts.get(), kItemsOid));
-    const tavik::ExtPtr digests(tavik_cert_exts_find(exts.get(), kDigestsOid));
-    EXPECT_EQ(readExt(items.get(), kItemsOid),
-              "501 42 " + hexOf(hex("'91350100M000100Y43'")) + "\n1 71 " +
-                  hexOf(hex(digestOf("sha256", "110101199001011234"))) + "\n");
+    const CertPtr cert = loadCert("ext-private");
+    const ExtPtr items = findExt(cert.get(), kItemsOid);
+    const ExtPtr digests = findExt(cert.get(), kDigestsOid);
+    ASSERT_TRUE(items && digests);
+    EXPECT_EQ(readExt(items.get(), kItemsOid), "501 42 " + hex(str("91350100M000100Y43")) +
+                                                   "\n1 71 " +
+                                                   digestOf("sha256", "110101199001011234") + "\n");
     // Digests of "abc" under each algorithm, NULL parameters but for SHA-256.
     EXPECT_EQ(readExt(digests.get(), kDigestsOid),
               "1.3.14.3.2.26 null params " + digestOf("sha1", "abc") + "\n2.16.840.1.101.3.4.2.1 " +
@@ -419,12 +343,17 @@ TEST(PrivateExtensions, TheFixtureItemsAndDigestsReadAsEncoded)
 // Edge values read; every malformed level refused (one row per refusal).
 TEST(PrivateExtensions, MadeExtensionsReadOrAreRefused)
 {
-    const auto seq = [](std::initializer_list<Bytes> parts) { return tlv(0x30, cat(parts)); };
-    const auto integer = [](const char *content) { return tlv(0x02, hex(content)); };
+    const auto seq = [](std::initializer_list<Bytes> parts) {
+        Bytes all;
+        for (const Bytes &part : parts)
+            all = all + part;
+        return tlv(0x30, all);
+    };
+    const auto integer = [](const char *content) { return tlv(0x02, der(content)); };
     const auto octets = [](const Bytes &content) { return tlv(0x04, content); };
-    const Bytes item = seq({integer("01 F5"), integer("2A"), octets(hex("'ab'"))});
-    const Bytes sha1 = hex("06 05 2B 0E 03 02 1A"), null = hex("05 00");
-    const Bytes sha256 = hex("06 09 60 86 48 01 65 03 04 02 01"), hash = octets(hex("01 02"));
+    const Bytes item = seq({integer("01 F5"), integer("2A"), octets(der("'ab'"))});
+    const Bytes sha1 = der("06 05 2B 0E 03 02 1A"), null = der("05 00");
+    const Bytes sha256 = der("06 09 60 86 48 01 65 03 04 02 01"), hash = octets(der("01 02"));
     const Bytes digest = seq({seq({sha1, null}), hash});
     const Bytes i64 = integer("00 80 00 00 00 00 00 00 00"); // 2^63
     struct Case {
@@ -438,10 +367,10 @@ TEST(PrivateExtensions, MadeExtensionsReadOrAreRefused)
     const Case cases[] = {
         {I, seq({}), ""},
         {I, seq({item, seq({integer("01"), integer("47"), octets({})})}), "501 42 6162\n1 71 \n"},
-        {I, seq({seq({i64, integer("FF"), octets(hex("01"))})}), "- -1 01\n"},
+        {I, seq({seq({i64, integer("FF"), octets(der("01"))})}), "- -1 01\n"},
         {I, seq({seq({integer("80 00 00 00 00 00 00 00"), integer("7F FF FF FF FF FF FF FF"), octets({})})}),
          "-9223372036854775808 9223372036854775807 \n"},
-        {I, cat({seq({item}), null}), no},                                          // trailing after list
+        {I, seq({item}) + null, no},                                          // trailing after list
         {I, seq({item, null}), no},                                                 // trailing in list
         {I, seq({seq({integer("01"), integer("2A"), octets({}), null})}), no},      // trailing in item
         {I, seq({seq({integer("01"), integer("2A")})}), no},                        // missing value
@@ -449,7 +378,7 @@ TEST(PrivateExtensions, MadeExtensionsReadOrAreRefused)
         {I, seq({seq({octets({}), integer("01"), integer("2A")})}), no},            // fields swapped
         {I, seq({seq({integer("00 01"), integer("2A"), octets({})})}), no},         // padded integer
         {I, tlv(0x31, item), no},                                                   // SET
-        {I, cat({hex("30 80"), item, hex("00 00")}), no},                           // indefinite
+        {I, der("30 80") + item + der("00 00"), no},                           // indefinite
         {I, Bytes(item.begin(), item.end() - 1), no},                               // cut
         {I, {}, no},                                                                // empty
         {D, seq({}), ""},
@@ -457,20 +386,20 @@ TEST(PrivateExtensions, MadeExtensionsReadOrAreRefused)
          "1.3.14.3.2.26 null params 0102\n2.16.840.1.101.3.4.2.1 \n"},
         {D, seq({seq({seq({sha256, seq({integer("01"), null})}), hash})}),
          "2.16.840.1.101.3.4.2.1 params 0102\n"},                                   // constructed
-        {D, cat({seq({digest}), null}), no},                                        // trailing after list
+        {D, seq({digest}) + null, no},                                        // trailing after list
         {D, seq({seq({seq({sha1, null}), hash, null})}), no},                       // trailing in info
         {D, seq({seq({seq({sha1, null, null}), hash})}), no},                       // two parameters
         {D, seq({seq({seq({sha1, null})})}), no},                                   // missing digest
         {D, seq({seq({hash})}), no},                                                // missing algorithm
-        {D, seq({seq({seq({sha1}), tlv(0x03, hex("00 01"))})}), no},                // BIT STRING digest
+        {D, seq({seq({seq({sha1}), tlv(0x03, der("00 01"))})}), no},                // BIT STRING digest
         {D, seq({seq({sha1, hash})}), no},                                          // bare OID
-        {D, seq({seq({seq({hex("06 02 2B 80"), null}), hash})}), no},               // bad OID
-        {D, seq({seq({seq({sha1, cat({hex("30 80"), integer("01"), hex("00 00")})}), hash})}), no},
-        {D, seq({seq({seq({sha1, hex("05")}), hash})}), no},                        // cut parameters
+        {D, seq({seq({seq({der("06 02 2B 80"), null}), hash})}), no},               // bad OID
+        {D, seq({seq({seq({sha1, der("30 80") + integer("01") + der("00 00")}), hash})}), no},
+        {D, seq({seq({seq({sha1, der("05")}), hash})}), no},                        // cut parameters
     };
     // clang-format on
     for (const Case &c : cases)
-        EXPECT_EQ(readMade(c.oid, c.value), c.read) << hexOf(c.value);
+        EXPECT_EQ(readMade(c.oid, c.value), c.read) << hex(c.value);
 }
 
 } // namespace
