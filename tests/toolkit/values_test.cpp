@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tavik_ptr.hpp"
+#include "fixtures.hpp"
 
 namespace {
 
@@ -68,20 +68,10 @@ TEST(Time, OnlyCalendarValuesAreMadeAndTheyCompareFieldByField)
     EXPECT_EQ(tavik_time_cmp(a.get(), nullptr), -2);
 }
 
-// Puts TZ back however the test ends.
-struct RestoreTimeZone {
-    const bool had = std::getenv("TZ") != nullptr;
-    const std::string old = had ? std::getenv("TZ") : "";
-    ~RestoreTimeZone()
-    {
-        had ? setenv("TZ", old.c_str(), 1) : unsetenv("TZ");
-        tzset();
-    }
-};
-
 TEST(Time, Utc2LocalFollowsTheProcessTimeZone)
 {
-    const RestoreTimeZone restore;
+    // TZ comes back however the test ends; each case changes it without tzset().
+    const pkiui::test::ScopedTimeZone restore("UTC");
     const struct {
         const char *zone;
         Fields utc, local;
