@@ -83,23 +83,22 @@ std::string pointsText(const tavik_cert_crldps *dps)
     return join(out, "\n");
 }
 
-// Year to second of a toolkit time, and of openssl's "Jan  1 00:00:00 2024 GMT".
-std::vector<int> fieldsOf(tavik_time *owned)
+// A toolkit time as openssl prints one: "Jan  1 00:00:00 2024 GMT".
+std::string timeText(tavik_time *owned)
 {
     const TimePtr t(owned);
-    if (!t)
-        return {};
-    return {tavik_time_getyear(t.get()),   tavik_time_getmonth(t.get()),
-            tavik_time_getday(t.get()),    tavik_time_gethour(t.get()),
-            tavik_time_getminute(t.get()), tavik_time_getsecond(t.get())};
-}
-
-std::vector<int> fieldsOf(const std::string &printed)
-{
     std::tm tm{};
-    if (!strptime(trim(printed).c_str(), "%b %d %H:%M:%S %Y GMT", &tm))
-        return {-1};
-    return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
+    char text[32] = "-";
+    if (t) {
+        tm.tm_year = tavik_time_getyear(t.get()) - 1900;
+        tm.tm_mon = tavik_time_getmonth(t.get()) - 1;
+        tm.tm_mday = tavik_time_getday(t.get());
+        tm.tm_hour = tavik_time_gethour(t.get());
+        tm.tm_min = tavik_time_getminute(t.get());
+        tm.tm_sec = tavik_time_getsecond(t.get());
+        std::strftime(text, sizeof text, "%b %e %H:%M:%S %Y GMT", &tm);
+    }
+    return text;
 }
 
 // ---- The list ----
@@ -170,52 +169,231 @@ TEST(ExtensionList, HandlesOwnTheirCopies)
     EXPECT_EQ(hex(tavik_cert_ext_getvalue(ext.get())), "0500");
 }
 
-// ---- Converters without names ----
+// ---- Converters compared with openssl's text ----
 
-TEST(BasicConstraintsKeyUsageAndKeyId, MatchOpensslOnTheFixtures)
+std::string certificatePolicies(const tavik_cert_ext *ext)
 {
-    const std::map<std::string, int> usageBits = {
-        {"Digital Signature", 0}, {"Non Repudiation", 1}, {"Key Encipherment", 2},
-        {"Data Encipherment", 3}, {"Key Agreement", 4},   {"Certificate Sign", 5},
-        {"CRL Sign", 6},          {"Encipher Only", 7},   {"Decipher Only", 8},
-    };
-    // CA:FALSE, CA:TRUE with pathlen 0 and 3; encipher and decipher only.
-    for (const char *name : {"rsa-leaf", "rsa-inter", "ext-ca", "ext-std"}) {
-        SCOPED_TRACE(name);
-        const CertPtr cert = loadCert(name);
-        const ExtText bc = extText(name, "basicConstraints");
-        const ExtPtr bcExt = findExt(cert.get(), "2.5.29.19");
-        EXPECT_EQ(tavik_cert_ext_iscrical(bcExt.get()), bc.critical ? 1 : 0);
-        const BasicConstraintsPtr constraints(tavik_cert_ext_tobasicconstraints(bcExt.get()));
-        ASSERT_TRUE(constraints);
-        EXPECT_EQ(tavik_cert_basicconstraints_isca(constraints.get()),
-                  bc.body.find("CA:TRUE") != std::string::npos ? 1 : 0);
-        const auto at = bc.body.find("pathlen:");
-        EXPECT_EQ(valueOf(tavik_cert_basicconstraints_getpathlen(constraints.get())),
-                  at == std::string::npos ? std::nullopt
-                                          : std::optional(std::stoll(bc.body.substr(at + 8))));
-
-        std::set<int> usage;
-        for (const std::string &word : split(extText(name, "keyUsage").body, ","))
-            usage.insert(usageBits.at(word));
-        EXPECT_EQ(bitsOf(tavik_cert_ext_tobitstring(findExt(cert.get(), "2.5.29.15").get())),
-                  usage);
-
-        EXPECT_EQ(colonHex(tavik_cert_ext_tooctetstring(findExt(cert.get(), "2.5.29.14").get())),
-                  extText(name, "subjectKeyIdentifier").body);
+    const CertPoliciesPtr list(tavik_cert_ext_tocertpolicies(ext));
+    std::vector<std::string> got;
+    for (int i = 0; i < tavik_cert_certpolicies_getitemcount(list.get()); ++i) {
+        const PolicyInfoPtr info(tavik_cert_certpolicies_getitem(list.get(), i));
+        got.push_back("Policy: " + named(tavik_cert_policyinfo_getid(info.get())));
+        const int count = tavik_cert_policyinfo_getqualifiercount(info.get());
+        EXPECT_EQ(tavik_cert_policyinfo_hasqualifier(info.get()), count > 0 ? 1 : 0);
+        EXPECT_FALSE(PolQualifierPtr(tavik_cert_policyinfo_getqualifier(info.get(), count)));
+        for (int k = 0; k < count; ++k) {
+            const PolQualifierPtr q(tavik_cert_policyinfo_getqualifier(info.get(), k));
+            const std::string id = textOf(tavik_cert_polqualifierinfo_getid(q.get()));
+            const auto uri = utf8(tavik_cert_polqualifierinfo_getcpsuri(q.get()));
+            const UserNoticePtr notice(tavik_cert_polqualifierinfo_getusernotice(q.get()));
+            // The DER of the qualifier: the URI's IA5String, or the notice as
+            // it stands inside the extension value.
+            const std::string der = hex(tavik_cert_polqualifierinfo_getqualifierencode(q.get()));
+            EXPECT_EQ(uri.has_value(), id == "1.3.6.1.5.5.7.2.1");
+            EXPECT_EQ(notice != nullptr, id == "1.3.6.1.5.5.7.2.2");
+            if (uri) {
+                got.push_back("CPS: " + *uri);
+                EXPECT_EQ(der, hex(tlv(0x16, str(*uri))));
+            }
+            if (!notice)
+                continue;
+            EXPECT_NE(hex(tavik_cert_ext_getvalue(ext)).find(der), std::string::npos);
+            std::vector<std::string> numbers;
+            for (int n = 0; n < tavik_cert_usernotice_getrefnumberscount(notice.get()); ++n)
+                numbers.push_back(std::to_string(
+                    valueOf(tavik_cert_usernotice_getrefnumber(notice.get(), n)).value_or(-1)));
+            EXPECT_FALSE(BigIntPtr(tavik_cert_usernotice_getrefnumber(
+                notice.get(), static_cast<int>(numbers.size()))));
+            got.insert(
+                got.end(),
+                {"User Notice:",
+                 "Organization: " +
+                     utf8(tavik_cert_usernotice_getreforg(notice.get())).value_or("?"),
+                 "Numbers: " + join(numbers, ", "),
+                 "Explicit Text: " +
+                     utf8(tavik_cert_usernotice_getexplicittext(notice.get())).value_or("?")});
+        }
     }
+    return join(got, "\n");
 }
 
-TEST(ExtendedKeyUsage, PurposesMatchOpensslInOrder)
+// Each converter's reading, printed the way `openssl x509 -ext NAME` prints it.
+using Reading = std::string (*)(const tavik_cert_ext *);
+const char *const kUsage[] = {"Digital Signature", "Non Repudiation", "Key Encipherment",
+                              "Data Encipherment", "Key Agreement",   "Certificate Sign",
+                              "CRL Sign",          "Encipher Only",   "Decipher Only"};
+// RFC 5280 CRLReason names by value; 7 is unused.
+const char *const kReasons[] = {
+    "Unspecified",     "Key Compromise",         "CA Compromise",    "Affiliation Changed",
+    "Superseded",      "Cessation Of Operation", "Certificate Hold", "?",
+    "Remove From CRL", "Privilege Withdrawn",    "AA Compromise"};
+
+std::string basicConstraints(const tavik_cert_ext *ext)
 {
-    const CertPtr cert = loadCert("ext-std");
-    const ExtKeyUsagePtr eku(tavik_cert_ext_toextkeyusage(findExt(cert.get(), "2.5.29.37").get()));
+    const BasicConstraintsPtr bc(tavik_cert_ext_tobasicconstraints(ext));
+    const auto pathlen = valueOf(tavik_cert_basicconstraints_getpathlen(bc.get()));
+    return std::string(tavik_cert_basicconstraints_isca(bc.get()) == 1 ? "CA:TRUE" : "CA:FALSE") +
+           (pathlen ? ", pathlen:" + std::to_string(*pathlen) : "");
+}
+
+std::string keyUsage(const tavik_cert_ext *ext)
+{
+    std::vector<std::string> words;
+    for (const int bit : bitsOf(tavik_cert_ext_tobitstring(ext)))
+        words.push_back(bit < 9 ? kUsage[bit] : "bit " + std::to_string(bit));
+    return join(words, ", ");
+}
+
+std::string authorityKeyId(const tavik_cert_ext *ext)
+{
+    // Key id alone is printed bare.
+    const AkidPtr akid(tavik_cert_ext_toakid(ext));
+    std::vector<std::string> got = {"keyid:" + colonHex(tavik_cert_akid_getkeyid(akid.get()))};
+    for (const std::string &n :
+         printed(GeneralNamesPtr(tavik_cert_akid_getissuerissuername(akid.get())).get()))
+        got.push_back(n);
+    if (const BigIntPtr serial(tavik_cert_akid_getissuercertsn(akid.get())); serial)
+        got.push_back("serial:" + colonHex(tavik_biginteger_getdata(serial.get())));
+    return got.size() == 1 ? got[0].substr(6) : join(got, "\n");
+}
+
+std::string extKeyUsage(const tavik_cert_ext *ext)
+{
+    const ExtKeyUsagePtr eku(tavik_cert_ext_toextkeyusage(ext));
     std::vector<std::string> got;
     for (int i = 0; i < tavik_cert_extkeyusage_getitemcount(eku.get()); ++i)
         got.push_back(named(tavik_cert_extkeyusage_getitem(eku.get(), i)));
-    EXPECT_EQ(join(got, ", "), extText("ext-std", "extendedKeyUsage").body);
     EXPECT_FALSE(tavik_cert_extkeyusage_getitem(eku.get(), static_cast<int>(got.size())));
     EXPECT_FALSE(tavik_cert_extkeyusage_getitem(eku.get(), -1));
+    return join(got, ", ");
+}
+
+std::string policyMappings(const tavik_cert_ext *ext)
+{
+    const PolicyMapsPtr maps(tavik_cert_ext_topolicymappings(ext));
+    std::vector<std::string> got;
+    for (int i = 0; i < tavik_cert_policymaps_getitemcount(maps.get()); ++i) {
+        const PolicyMapPtr map(tavik_cert_policymaps_getitem(maps.get(), i));
+        got.push_back(textOf(tavik_cert_policymap_getissuerpolicy(map.get())) + ":" +
+                      textOf(tavik_cert_policymap_getsubjectpolicy(map.get())));
+    }
+    EXPECT_FALSE(
+        PolicyMapPtr(tavik_cert_policymaps_getitem(maps.get(), static_cast<int>(got.size()))));
+    return join(got, ", ");
+}
+
+std::string policyConstraints(const tavik_cert_ext *ext)
+{
+    const PolicyConstraintsPtr pc(tavik_cert_ext_topolicyconstraints(ext));
+    const auto require = valueOf(tavik_cert_policyconstraints_getreqexppolicy(pc.get()));
+    const auto inhibit = valueOf(tavik_cert_policyconstraints_getinhibtpolicymapping(pc.get()));
+    return "Require Explicit Policy:" + (require ? std::to_string(*require) : "-") +
+           ", Inhibit Policy Mapping:" + (inhibit ? std::to_string(*inhibit) : "-");
+}
+
+std::string accessDescriptions(const tavik_cert_ext *ext)
+{
+    const AccessDescsPtr descs(tavik_cert_ext_toaccessdescs(ext));
+    std::vector<std::string> got;
+    for (int i = 0; i < tavik_cert_accessdescs_getitemcount(descs.get()); ++i) {
+        const AccessDescPtr desc(tavik_cert_accessdescs_getitem(descs.get(), i));
+        got.push_back(named(tavik_cert_accessdesc_getmethod(desc.get())) + " - " +
+                      printed(GeneralNamePtr(tavik_cert_accessdesc_getlocation(desc.get())).get()));
+    }
+    return join(got, "\n");
+}
+
+std::string number(const tavik_cert_ext *ext)
+{
+    const auto v = valueOf(tavik_cert_ext_tointeger(ext));
+    return v ? std::to_string(*v) : "-";
+}
+
+std::string generalNames(const tavik_cert_ext *ext)
+{
+    return join(printed(GeneralNamesPtr(tavik_cert_ext_togeneralnames(ext)).get()), ", ");
+}
+
+std::string distributionPoints(const tavik_cert_ext *ext)
+{
+    const CrlDpsPtr dps(tavik_cert_ext_tocrldp(ext));
+    EXPECT_FALSE(DistPointPtr(
+        tavik_cert_crldps_getitem(dps.get(), tavik_cert_crldps_getitemcount(dps.get()))));
+    return pointsText(dps.get());
+}
+
+TEST(Converters, ReadingsMatchOpensslOnTheFixtures)
+{
+    const std::vector<const char *> four = {"rsa-leaf", "rsa-inter", "ext-ca", "ext-std"};
+    const struct {
+        const char *name, *oid;
+        std::vector<const char *> fixtures;
+        Reading read;
+    } rows[] = {
+        // CA:FALSE, CA:TRUE with pathlen 0 and 3; encipher and decipher only.
+        {"basicConstraints", "2.5.29.19", four, basicConstraints},
+        {"keyUsage", "2.5.29.15", four, keyUsage},
+        {"subjectKeyIdentifier", "2.5.29.14", four,
+         [](const tavik_cert_ext *e) { return colonHex(tavik_cert_ext_tooctetstring(e)); }},
+        // Key id alone; key id, issuer and serial; key id and serial.
+        {"authorityKeyIdentifier", "2.5.29.35", {"rsa-leaf", "ext-std", "ext-bad"}, authorityKeyId},
+        {"extendedKeyUsage", "2.5.29.37", {"ext-std"}, extKeyUsage},
+        {"subjectAltName", "2.5.29.17", {"ext-std"}, generalNames},
+        {"issuerAltName", "2.5.29.18", {"ext-std"}, generalNames},
+        {"certificateIssuer", "2.5.29.29", {"ext-crl"}, generalNames},
+        {"certificatePolicies", "2.5.29.32", {"ext-std"}, certificatePolicies},
+        {"policyMappings", "2.5.29.33", {"ext-ca"}, policyMappings},
+        {"policyConstraints", "2.5.29.36", {"ext-ca"}, policyConstraints},
+        {"inhibitAnyPolicy", "2.5.29.54", {"ext-ca"}, number},
+        {"crlNumber", "2.5.29.20", {"ext-crl"}, number},
+        {"deltaCRL", "2.5.29.27", {"ext-crl"}, number},
+        {"CRLReason",
+         "2.5.29.21",
+         {"ext-crl"},
+         [](const tavik_cert_ext *e) {
+             const auto v = valueOf(tavik_cert_ext_toenum(e));
+             return std::string(v && *v >= 0 && *v <= 10 ? kReasons[*v] : "-");
+         }},
+        {"invalidityDate",
+         "2.5.29.24",
+         {"ext-crl"},
+         [](const tavik_cert_ext *e) { return timeText(tavik_cert_ext_togeneralizedtime(e)); }},
+        {"holdInstructionCode",
+         "2.5.29.23",
+         {"ext-crl"},
+         [](const tavik_cert_ext *e) { return named(tavik_cert_ext_tooid(e)); }},
+        {"privateKeyUsagePeriod",
+         "2.5.29.16",
+         {"ext-std"},
+         [](const tavik_cert_ext *e) {
+             const PrivKeyUsagePeriodPtr p(tavik_cert_ext_toprivkeyusageperiod(e));
+             return "Not Before: " + timeText(tavik_cert_privkeyusageperiod_getnotbefore(p.get())) +
+                    ", Not After: " + timeText(tavik_cert_privkeyusageperiod_getnotafter(p.get()));
+         }},
+        // Netscape URLs and comment: IA5String texts.
+        {"nsBaseUrl",
+         "2.16.840.1.113730.1.2",
+         {"ext-std"},
+         [](const tavik_cert_ext *e) { return utf8(tavik_cert_ext_toia5string(e)).value_or("-"); }},
+        {"nsComment",
+         "2.16.840.1.113730.1.13",
+         {"ext-std"},
+         [](const tavik_cert_ext *e) { return utf8(tavik_cert_ext_toia5string(e)).value_or("-"); }},
+        {"authorityInfoAccess", "1.3.6.1.5.5.7.1.1", {"ext-std"}, accessDescriptions},
+        {"subjectInfoAccess", "1.3.6.1.5.5.7.1.11", {"ext-std"}, accessDescriptions},
+        // Full and relative names, reasons and issuers; ext-bad has one empty point.
+        {"crlDistributionPoints",
+         "2.5.29.31",
+         {"ext-std", "ext-crl", "ext-bad"},
+         distributionPoints},
+        {"freshestCRL", "2.5.29.46", {"ext-std"}, distributionPoints},
+    };
+    for (const auto &row : rows)
+        for (const char *fixture : row.fixtures) {
+            const CertPtr cert = loadCert(fixture);
+            EXPECT_EQ(row.read(findExt(cert.get(), row.oid).get()), extText(fixture, row.name).body)
+                << fixture << " " << row.name;
+        }
 }
 
 // Every converter, as "does it read this value".
@@ -308,187 +486,6 @@ TEST(Converters, ReadTheirOwnStructureWholeAndRefuseEveryOther)
         EXPECT_FALSE(convert(nullptr)) << name;
 }
 
-TEST(CaConstraints, MappingsConstraintsAndInhibitAnyPolicyMatchOpenssl)
-{
-    const CertPtr cert = loadCert("ext-ca");
-    const PolicyMapsPtr maps(
-        tavik_cert_ext_topolicymappings(findExt(cert.get(), "2.5.29.33").get()));
-    const std::vector<std::string> printed = split(extText("ext-ca", "policyMappings").body, ",");
-    ASSERT_EQ(tavik_cert_policymaps_getitemcount(maps.get()), static_cast<int>(printed.size()));
-    for (std::size_t i = 0; i < printed.size(); ++i) {
-        const PolicyMapPtr map(tavik_cert_policymaps_getitem(maps.get(), static_cast<int>(i)));
-        EXPECT_EQ(textOf(tavik_cert_policymap_getissuerpolicy(map.get())) + ":" +
-                      textOf(tavik_cert_policymap_getsubjectpolicy(map.get())),
-                  printed[i]);
-    }
-    EXPECT_FALSE(
-        PolicyMapPtr(tavik_cert_policymaps_getitem(maps.get(), static_cast<int>(printed.size()))));
-
-    std::map<std::string, std::int64_t> constraints;
-    for (const std::string &part : split(extText("ext-ca", "policyConstraints").body, ","))
-        constraints[part.substr(0, part.find(':'))] = std::stoll(part.substr(part.find(':') + 1));
-    const PolicyConstraintsPtr pc(
-        tavik_cert_ext_topolicyconstraints(findExt(cert.get(), "2.5.29.36").get()));
-    EXPECT_EQ(valueOf(tavik_cert_policyconstraints_getreqexppolicy(pc.get())),
-              constraints.at("Require Explicit Policy"));
-    EXPECT_EQ(valueOf(tavik_cert_policyconstraints_getinhibtpolicymapping(pc.get())),
-              constraints.at("Inhibit Policy Mapping"));
-    EXPECT_EQ(valueOf(tavik_cert_ext_tointeger(findExt(cert.get(), "2.5.29.54").get())),
-              std::stoll(extText("ext-ca", "inhibitAnyPolicy").body));
-}
-
-TEST(CrlEntryValues, NumbersReasonDateAndHoldInstructionMatchOpenssl)
-{
-    const CertPtr cert = loadCert("ext-crl");
-    const auto ext = [&cert](const char *oid) { return findExt(cert.get(), oid); };
-    const auto body = [](const char *name) { return extText("ext-crl", name).body; };
-    EXPECT_EQ(valueOf(tavik_cert_ext_tointeger(ext("2.5.29.20").get())),
-              std::stoll(body("crlNumber")));
-    EXPECT_EQ(valueOf(tavik_cert_ext_tointeger(ext("2.5.29.27").get())),
-              std::stoll(body("deltaCRL")));
-    // RFC 5280 CRLReason values of the names openssl prints.
-    const std::map<std::string, std::int64_t> reasonCodes = {
-        {"Unspecified", 0},         {"Key Compromise", 1},  {"CA Compromise", 2},
-        {"Affiliation Changed", 3}, {"Superseded", 4},      {"Cessation Of Operation", 5},
-        {"Certificate Hold", 6},    {"Remove From CRL", 8}, {"Privilege Withdrawn", 9},
-        {"AA Compromise", 10},
-    };
-    EXPECT_EQ(valueOf(tavik_cert_ext_toenum(ext("2.5.29.21").get())),
-              reasonCodes.at(body("CRLReason")));
-    EXPECT_EQ(fieldsOf(tavik_cert_ext_togeneralizedtime(ext("2.5.29.24").get())),
-              fieldsOf(body("invalidityDate")));
-    EXPECT_EQ(textOf(tavik_cert_ext_tooid(ext("2.5.29.23").get())),
-              dotted(body("holdInstructionCode")));
-}
-
-// Netscape URLs and comment: IA5String texts.
-TEST(NetscapeValues, Ia5TextsMatchOpenssl)
-{
-    const CertPtr cert = loadCert("ext-std");
-    for (const auto &[name, oid] : {std::pair{"nsBaseUrl", "2.16.840.1.113730.1.2"},
-                                    std::pair{"nsComment", "2.16.840.1.113730.1.13"}})
-        EXPECT_EQ(utf8(tavik_cert_ext_toia5string(findExt(cert.get(), oid).get())),
-                  extText("ext-std", name).body)
-            << name;
-}
-
-TEST(PrivateKeyUsagePeriod, DatesMatchOpenssl)
-{
-    // "Not Before: Jan  1 00:00:00 2024 GMT, Not After: Dec 31 23:59:59 2034 GMT"
-    const std::vector<std::string> parts =
-        split(extText("ext-std", "privateKeyUsagePeriod").body, ",");
-    ASSERT_EQ(parts.size(), 2U);
-    const CertPtr cert = loadCert("ext-std");
-    const PrivKeyUsagePeriodPtr period(
-        tavik_cert_ext_toprivkeyusageperiod(findExt(cert.get(), "2.5.29.16").get()));
-    EXPECT_EQ(fieldsOf(tavik_cert_privkeyusageperiod_getnotbefore(period.get())),
-              fieldsOf(parts[0].substr(parts[0].find(':') + 1)));
-    EXPECT_EQ(fieldsOf(tavik_cert_privkeyusageperiod_getnotafter(period.get())),
-              fieldsOf(parts[1].substr(parts[1].find(':') + 1)));
-}
-
-// ---- Converters with names and strings ----
-
-TEST(AuthorityKeyIdentifier, PartsMatchOpenssl)
-{
-    // Key id alone (printed bare); key id, issuer and serial; key id and serial.
-    for (const char *name : {"rsa-leaf", "ext-std", "ext-bad"}) {
-        SCOPED_TRACE(name);
-        const CertPtr cert = loadCert(name);
-        const AkidPtr akid(tavik_cert_ext_toakid(findExt(cert.get(), "2.5.29.35").get()));
-        ASSERT_TRUE(akid);
-        std::vector<std::string> got = {"keyid:" + colonHex(tavik_cert_akid_getkeyid(akid.get()))};
-        const GeneralNamesPtr issuer(tavik_cert_akid_getissuerissuername(akid.get()));
-        for (const std::string &n : printed(issuer.get()))
-            got.push_back(n);
-        if (const BigIntPtr serial(tavik_cert_akid_getissuercertsn(akid.get())); serial)
-            got.push_back("serial:" + colonHex(tavik_biginteger_getdata(serial.get())));
-        const std::string body = extText(name, "authorityKeyIdentifier").body;
-        EXPECT_EQ(got.size() == 1 ? got[0].substr(6) : join(got, "\n"), body);
-    }
-}
-
-TEST(GeneralNames, AlternativeNamesAndCertificateIssuerMatchOpenssl)
-{
-    const std::tuple<const char *, const char *, const char *> cases[] = {
-        {"ext-std", "subjectAltName", "2.5.29.17"},
-        {"ext-std", "issuerAltName", "2.5.29.18"},
-        {"ext-crl", "certificateIssuer", "2.5.29.29"},
-    };
-    for (const auto &[fixture, name, oid] : cases) {
-        const CertPtr cert = loadCert(fixture);
-        const GeneralNamesPtr names(tavik_cert_ext_togeneralnames(findExt(cert.get(), oid).get()));
-        EXPECT_EQ(join(printed(names.get()), ", "), extText(fixture, name).body) << name;
-    }
-}
-
-TEST(CertificatePolicies, PoliciesQualifiersAndNoticeMatchOpenssl)
-{
-    const CertPtr cert = loadCert("ext-std");
-    const ExtPtr ext = findExt(cert.get(), "2.5.29.32");
-    const CertPoliciesPtr list(tavik_cert_ext_tocertpolicies(ext.get()));
-    std::vector<std::string> got;
-    for (int i = 0; i < tavik_cert_certpolicies_getitemcount(list.get()); ++i) {
-        const PolicyInfoPtr info(tavik_cert_certpolicies_getitem(list.get(), i));
-        got.push_back("Policy: " + named(tavik_cert_policyinfo_getid(info.get())));
-        const int count = tavik_cert_policyinfo_getqualifiercount(info.get());
-        EXPECT_EQ(tavik_cert_policyinfo_hasqualifier(info.get()), count > 0 ? 1 : 0);
-        EXPECT_FALSE(PolQualifierPtr(tavik_cert_policyinfo_getqualifier(info.get(), count)));
-        for (int k = 0; k < count; ++k) {
-            const PolQualifierPtr q(tavik_cert_policyinfo_getqualifier(info.get(), k));
-            const std::string id = textOf(tavik_cert_polqualifierinfo_getid(q.get()));
-            const auto uri = utf8(tavik_cert_polqualifierinfo_getcpsuri(q.get()));
-            const UserNoticePtr notice(tavik_cert_polqualifierinfo_getusernotice(q.get()));
-            // The DER of the qualifier: the URI's IA5String, or the notice as
-            // it stands inside the extension value.
-            const std::string der = hex(tavik_cert_polqualifierinfo_getqualifierencode(q.get()));
-            EXPECT_EQ(uri.has_value(), id == "1.3.6.1.5.5.7.2.1");
-            EXPECT_EQ(notice != nullptr, id == "1.3.6.1.5.5.7.2.2");
-            if (uri) {
-                got.push_back("CPS: " + *uri);
-                EXPECT_EQ(der, hex(tlv(0x16, str(*uri))));
-            }
-            if (!notice)
-                continue;
-            EXPECT_NE(hex(tavik_cert_ext_getvalue(ext.get())).find(der), std::string::npos);
-            std::vector<std::string> numbers;
-            for (int n = 0; n < tavik_cert_usernotice_getrefnumberscount(notice.get()); ++n)
-                numbers.push_back(std::to_string(
-                    valueOf(tavik_cert_usernotice_getrefnumber(notice.get(), n)).value_or(-1)));
-            EXPECT_FALSE(BigIntPtr(tavik_cert_usernotice_getrefnumber(
-                notice.get(), static_cast<int>(numbers.size()))));
-            got.insert(
-                got.end(),
-                {"User Notice:",
-                 "Organization: " +
-                     utf8(tavik_cert_usernotice_getreforg(notice.get())).value_or("?"),
-                 "Numbers: " + join(numbers, ", "),
-                 "Explicit Text: " +
-                     utf8(tavik_cert_usernotice_getexplicittext(notice.get())).value_or("?")});
-        }
-    }
-    EXPECT_EQ(join(got, "\n"), extText("ext-std", "certificatePolicies").body);
-}
-
-// Full and relative names, reasons and issuers; ext-bad has one empty point.
-TEST(DistributionPoints, PointsMatchOpenssl)
-{
-    const std::tuple<const char *, const char *, const char *, int> cases[] = {
-        {"ext-std", "crlDistributionPoints", "2.5.29.31", 2},
-        {"ext-std", "freshestCRL", "2.5.29.46", 1},
-        {"ext-crl", "crlDistributionPoints", "2.5.29.31", 1},
-        {"ext-bad", "crlDistributionPoints", "2.5.29.31", 1},
-    };
-    for (const auto &[fixture, name, oid, count] : cases) {
-        SCOPED_TRACE(std::string(fixture) + " " + name);
-        const CertPtr cert = loadCert(fixture);
-        const CrlDpsPtr dps(tavik_cert_ext_tocrldp(findExt(cert.get(), oid).get()));
-        ASSERT_EQ(tavik_cert_crldps_getitemcount(dps.get()), count);
-        EXPECT_FALSE(DistPointPtr(tavik_cert_crldps_getitem(dps.get(), count)));
-        EXPECT_EQ(pointsText(dps.get()), extText(fixture, name).body);
-    }
-}
-
 TEST(IssuingDistributionPoint, NameFlagsAndReasonsMatchOpenssl)
 {
     const std::string body = extText("ext-crl", "issuingDistributionPoint").body;
@@ -512,26 +509,6 @@ TEST(IssuingDistributionPoint, NameFlagsAndReasonsMatchOpenssl)
     EXPECT_EQ(tavik_cert_idp_isindirectcrl(idp.get()), says("Indirect CRL"));
     const BitSetPtr reasons(tavik_cert_idp_getconverreasons(idp.get()));
     EXPECT_EQ(body.substr(body.find("Only Some Reasons:\n") + 19), reasonsText(reasons.get()));
-}
-
-TEST(AccessDescriptions, MethodsAndLocationsMatchOpenssl)
-{
-    const CertPtr cert = loadCert("ext-std");
-    const std::pair<const char *, const char *> cases[] = {
-        {"authorityInfoAccess", "1.3.6.1.5.5.7.1.1"},
-        {"subjectInfoAccess", "1.3.6.1.5.5.7.1.11"},
-    };
-    for (const auto &[name, oid] : cases) {
-        const AccessDescsPtr descs(tavik_cert_ext_toaccessdescs(findExt(cert.get(), oid).get()));
-        std::vector<std::string> got;
-        for (int i = 0; i < tavik_cert_accessdescs_getitemcount(descs.get()); ++i) {
-            const AccessDescPtr desc(tavik_cert_accessdescs_getitem(descs.get(), i));
-            got.push_back(
-                named(tavik_cert_accessdesc_getmethod(desc.get())) + " - " +
-                printed(GeneralNamePtr(tavik_cert_accessdesc_getlocation(desc.get())).get()));
-        }
-        EXPECT_EQ(join(got, "\n"), extText("ext-std", name).body) << name;
-    }
 }
 
 // The private fixture's PrintableString value reads as its text.
@@ -561,6 +538,9 @@ TEST(BadFixture, TrailingBytesRefusedOddFormsRead)
     EXPECT_FALSE(BasicConstraintsPtr(tavik_cert_ext_tobasicconstraints(bc.get())));
     EXPECT_EQ(bitsOf(tavik_cert_ext_tobitstring(findExt(cert.get(), "2.5.29.15").get())),
               std::set<int>{9});
+    // openssl prints nothing for the one empty distribution point.
+    const CrlDpsPtr dps(tavik_cert_ext_tocrldp(findExt(cert.get(), "2.5.29.31").get()));
+    EXPECT_EQ(tavik_cert_crldps_getitemcount(dps.get()), 1);
 }
 
 // Structures made by hand with optional parts left out: every absent part
@@ -610,8 +590,8 @@ TEST(Converters, AbsentPartsAreNull)
         ext(tlv(0x30, tlv(0x81, str("20300101000000Z")))).ext.get()));
     ASSERT_TRUE(period);
     EXPECT_FALSE(TimePtr(tavik_cert_privkeyusageperiod_getnotbefore(period.get())));
-    EXPECT_EQ(fieldsOf(tavik_cert_privkeyusageperiod_getnotafter(period.get())),
-              std::vector<int>({2030, 1, 1, 0, 0, 0}));
+    EXPECT_EQ(timeText(tavik_cert_privkeyusageperiod_getnotafter(period.get())),
+              "Jan  1 00:00:00 2030 GMT");
 
     // A user notice with explicit text only (a VisibleString), no reference.
     const Bytes unotice = oidDer("1.3.6.1.5.5.7.2.2");
