@@ -5,6 +5,7 @@
 
 #include "Tavik_PKI_Crypto_UI.h"
 #include "tavik_ptr.hpp"
+#include "tables.hpp"
 
 namespace pkiui {
 namespace {
@@ -22,24 +23,14 @@ constexpr std::array kStatusTexts{
 };
 constexpr std::string_view kUnknownStatus = "该证书状态未知";
 
-constexpr bool uniqueCodes()
-{
-    for (std::size_t i = 0; i < kStatusTexts.size(); ++i)
-        for (std::size_t j = i + 1; j < kStatusTexts.size(); ++j)
-            if (kStatusTexts[i].code == kStatusTexts[j].code)
-                return false;
-    return true;
-}
-static_assert(uniqueCodes());
+static_assert(uniqueBy(kStatusTexts, &StatusText::code));
 
 } // namespace
 
 std::string getContentByIndex(int32_t status)
 {
-    for (const StatusText &entry : kStatusTexts)
-        if (entry.code == status)
-            return std::string(entry.text);
-    return std::string(kUnknownStatus);
+    const StatusText *known = findBy(kStatusTexts, &StatusText::code, status);
+    return std::string(known ? known->text : kUnknownStatus);
 }
 
 int32_t verifyAlongPath(TAVIK_CERT_st *cert)

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ext_row.hpp"
+#include "tables.hpp"
 #include "pkiui/detail_model.hpp"
 
 namespace pkiui {
@@ -20,10 +21,6 @@ constexpr std::array<std::string_view, 9> kReasonFlags = {
 };
 
 // CRLReason; 7 is not assigned.
-struct CodeName {
-    int64_t code;
-    std::string_view name;
-};
 constexpr std::array<CodeName, 10> kReasonCodes = {{
     {0, "Unspecified"},
     {1, "KeyCompromise"},
@@ -36,11 +33,6 @@ constexpr std::array<CodeName, 10> kReasonCodes = {{
     {9, "PrivilegeWithdrawn"},
     {10, "AACompromise"},
 }};
-
-struct OidName {
-    std::string_view oid;
-    std::string_view name;
-};
 
 constexpr std::array<OidName, 4> kAccessMethods = {{
     {"1.3.6.1.5.5.7.48.1", "Ocsp"},
@@ -55,35 +47,9 @@ constexpr std::array<OidName, 3> kHoldInstructions = {{
     {"1.2.840.10040.2.3", "Reject"},
 }};
 
-template <std::size_t N> constexpr bool uniqueOids(const std::array<OidName, N> &table)
-{
-    for (std::size_t i = 0; i < N; ++i)
-        for (std::size_t j = i + 1; j < N; ++j)
-            if (table[i].oid == table[j].oid)
-                return false;
-    return true;
-}
-static_assert(uniqueOids(kAccessMethods));
-static_assert(uniqueOids(kHoldInstructions));
-
-constexpr bool uniqueCodes()
-{
-    for (std::size_t i = 0; i < kReasonCodes.size(); ++i)
-        for (std::size_t j = i + 1; j < kReasonCodes.size(); ++j)
-            if (kReasonCodes[i].code == kReasonCodes[j].code)
-                return false;
-    return true;
-}
-static_assert(uniqueCodes());
-
-template <std::size_t N>
-std::optional<std::string_view> lookup(const std::array<OidName, N> &table, std::string_view oid)
-{
-    for (const OidName &entry : table)
-        if (entry.oid == oid)
-            return entry.name;
-    return std::nullopt;
-}
+static_assert(uniqueBy(kAccessMethods, &OidName::oid));
+static_assert(uniqueBy(kHoldInstructions, &OidName::oid));
+static_assert(uniqueBy(kReasonCodes, &CodeName::code));
 
 // The first entry after "first", every further one after ", " -- and each
 // further one is the entry at index 1, not its own: the required output.
@@ -207,7 +173,7 @@ ShowCertDetailDlgModel::GetAccessDescription(const tavik_cert_accessdesc *desc)
     if (!method)
         return std::nullopt;
     std::string name;
-    if (const auto known = lookup(kAccessMethods, method.get()))
+    if (const auto known = nameOf(kAccessMethods, method.get()))
         name = *known;
     else
         name = std::string("Unknown(") + method.get() + ")\r\n";
@@ -318,13 +284,9 @@ void ShowCertDetailDlgModel::GetReasonCode(const tavik_cert_ext *ext)
         row.addUnavailable(*this);
         return;
     }
-    std::string name;
-    for (const CodeName &entry : kReasonCodes)
-        if (entry.code == value)
-            name = entry.name;
-    if (name.empty())
-        name = "Unknown CRL Reason Code: " + std::to_string(value);
-    row.value = row.content = name;
+    const CodeName *known = findBy(kReasonCodes, &CodeName::code, value);
+    row.value = row.content =
+        known ? std::string(known->name) : "Unknown CRL Reason Code: " + std::to_string(value);
     row.add(*this);
 }
 
@@ -350,7 +312,7 @@ void ShowCertDetailDlgModel::GetHoldInstruction(const tavik_cert_ext *ext)
         row.addUnavailable(*this);
         return;
     }
-    if (const auto known = lookup(kHoldInstructions, oid.get()))
+    if (const auto known = nameOf(kHoldInstructions, oid.get()))
         row.value = *known;
     else
         row.value = std::string("(") + oid.get() + ")Unknown Instruction";

@@ -8,31 +8,17 @@
 
 #include "ext_row.hpp"
 #include "pkiui/detail_model.hpp"
+#include "tables.hpp"
 
 namespace pkiui {
 
 namespace {
 
-struct CodeName {
-    int64_t code;
-    std::string_view name;
-};
-
-template <std::size_t N> constexpr bool uniqueCodes(const std::array<CodeName, N> &table)
-{
-    for (std::size_t i = 0; i < N; ++i)
-        for (std::size_t j = i + 1; j < N; ++j)
-            if (table[i].code == table[j].code)
-                return false;
-    return true;
-}
-
 // The name of a code, or the code in decimal.
-template <std::size_t N> std::string nameOf(const std::array<CodeName, N> &table, int64_t code)
+template <std::size_t N> std::string codeName(const std::array<CodeName, N> &table, int64_t code)
 {
-    for (const CodeName &entry : table)
-        if (entry.code == code)
-            return std::string(entry.name);
+    if (const CodeName *known = findBy(table, &CodeName::code, code))
+        return std::string(known->name);
     char text[24];
     std::snprintf(text, sizeof text, "%d", static_cast<int>(code));
     return text;
@@ -66,7 +52,7 @@ constexpr std::array<CodeName, 20> kIdentificationTypes = {{
     {512, "其他机构证件"},
     {513, "统一社会信用码"},
 }};
-static_assert(uniqueCodes(kIdentificationTypes));
+static_assert(uniqueBy(kIdentificationTypes, &CodeName::code));
 
 // Tens digit: 4 plain, 6 SHA-1, 7 SHA-256, 8 SM3; units: 1 plain hash,
 // 2 random salt, 3 CN salt, 4 O salt.
@@ -86,12 +72,7 @@ constexpr std::array<CodeName, 14> kIdentificationEncodings = {{
     {83, "SM3的CN盐HASH编码"},
     {84, "SM3的O盐HASH编码"},
 }};
-static_assert(uniqueCodes(kIdentificationEncodings));
-
-struct OidName {
-    std::string_view oid;
-    std::string_view name;
-};
+static_assert(uniqueBy(kIdentificationEncodings, &CodeName::code));
 
 constexpr std::array<OidName, 7> kHashAlgorithms = {{
     {"1.2.840.113549.2.2", "MD2"},
@@ -103,15 +84,7 @@ constexpr std::array<OidName, 7> kHashAlgorithms = {{
     {"2.16.840.1.101.3.4.2.3", "SHA512"},
 }};
 
-constexpr bool uniqueOids()
-{
-    for (std::size_t i = 0; i < kHashAlgorithms.size(); ++i)
-        for (std::size_t j = i + 1; j < kHashAlgorithms.size(); ++j)
-            if (kHashAlgorithms[i].oid == kHashAlgorithms[j].oid)
-                return false;
-    return true;
-}
-static_assert(uniqueOids());
+static_assert(uniqueBy(kHashAlgorithms, &OidName::oid));
 
 // Identity code tags [0], [1], [2].
 constexpr std::array<std::string_view, 3> kIdentityCodeNames = {"身份证号码", "军官证号码",
@@ -330,12 +303,12 @@ int ShowCertDetailDlgModel::identificationitem2NSString(const tavik_cert_identif
 
 std::string ShowCertDetailDlgModel::GetIdtificationType(uint32_t code)
 {
-    return nameOf(kIdentificationTypes, code);
+    return codeName(kIdentificationTypes, code);
 }
 
 std::string ShowCertDetailDlgModel::GetIdtificationEncode(int64_t code)
 {
-    return nameOf(kIdentificationEncodings, code);
+    return codeName(kIdentificationEncodings, code);
 }
 
 // DigestInfos ::= SEQUENCE OF DigestInfo
@@ -406,9 +379,8 @@ int ShowCertDetailDlgModel::GetHashAlgorithm(const tavik_cert_algorithmid *alg,
 
 std::string ShowCertDetailDlgModel::GetHashOid(const std::string &oid)
 {
-    for (const OidName &entry : kHashAlgorithms)
-        if (entry.oid == oid)
-            return std::string(entry.name);
+    if (const auto name = nameOf(kHashAlgorithms, oid))
+        return std::string(*name);
     return "Unknown Hash Algorithm(" + oid + ")";
 }
 

@@ -5,19 +5,13 @@
 
 #include "ext_row.hpp"
 #include "pkiui/detail_model.hpp"
+#include "tables.hpp"
 
 namespace pkiui {
 
 namespace {
 
 using Model = ShowCertDetailDlgModel;
-
-std::optional<std::string> hexOf(const tavik_data_blob *blob)
-{
-    if (!blob)
-        return std::nullopt;
-    return Model::GetHexNumber(blob->data, blob->length);
-}
 
 std::optional<std::string> bigIntOf(tavik_biginteger *raw)
 {
@@ -34,12 +28,7 @@ constexpr std::array<std::string_view, 9> kKeyUsageBits = {
     "DecipherOnly",
 };
 
-struct Purpose {
-    std::string_view oid;
-    std::string_view name;
-};
-
-constexpr std::array<Purpose, 9> kKeyPurposes = {{
+constexpr std::array<OidName, 9> kKeyPurposes = {{
     {"2.5.29.37.0", "所有增强密钥用法"},
     {"1.3.6.1.5.5.7.3.1", "服务器验证"},
     {"1.3.6.1.5.5.7.3.2", "客户端验证"},
@@ -50,20 +39,13 @@ constexpr std::array<Purpose, 9> kKeyPurposes = {{
     {"1.3.6.1.4.1.311.10.3.12", "文档签名"},
     {"1.3.6.1.4.1.311.10.3.4", "加密文件系统"},
 }};
-static_assert([] {
-    for (std::size_t i = 0; i < kKeyPurposes.size(); ++i)
-        for (std::size_t j = i + 1; j < kKeyPurposes.size(); ++j)
-            if (kKeyPurposes[i].oid == kKeyPurposes[j].oid)
-                return false;
-    return true;
-}());
+static_assert(uniqueBy(kKeyPurposes, &OidName::oid));
 
 // The unknown form keeps its own line break, in value and content alike.
 std::string purposeName(std::string_view oid)
 {
-    for (const Purpose &purpose : kKeyPurposes)
-        if (purpose.oid == oid)
-            return std::string(purpose.name);
+    if (const auto name = nameOf(kKeyPurposes, oid))
+        return std::string(*name);
     return "Unknown Key Usage Purpose: " + std::string(oid) + "\r\n";
 }
 
@@ -78,17 +60,16 @@ constexpr std::array kQualifierTypes{
     QualifierType{"1.3.6.1.5.5.7.2.1", Model::GetCPS},
     QualifierType{"1.3.6.1.5.5.7.2.2", Model::GetUserNotice},
 };
-static_assert(kQualifierTypes[0].oid != kQualifierTypes[1].oid);
+static_assert(uniqueBy(kQualifierTypes, &QualifierType::oid));
 
 // Any other qualifier shows its OID and the hex of its encoding.
 std::optional<std::string> qualifierText(std::string_view oid,
                                          const tavik_cert_polqualifierinfo *qualifier)
 {
-    for (const QualifierType &type : kQualifierTypes)
-        if (type.oid == oid)
-            return type.format(qualifier);
+    if (const QualifierType *type = findBy(kQualifierTypes, &QualifierType::oid, oid))
+        return type->format(qualifier);
     const tavik::BlobPtr encoding(tavik_cert_polqualifierinfo_getqualifierencode(qualifier));
-    const auto hex = hexOf(encoding.get());
+    const auto hex = ShowCertDetailDlgModel::GetHexNumber(encoding.get());
     if (!hex)
         return std::nullopt;
     return std::string(oid) + ":\r\n" + *hex;
@@ -108,7 +89,7 @@ void ShowCertDetailDlgModel::GetAuthorityKeyID(const tavik_cert_ext *ext)
 
     bool keyIdShown = false;
     if (const tavik::BlobPtr keyId(tavik_cert_akid_getkeyid(akid.get())); keyId) {
-        const auto hex = hexOf(keyId.get());
+        const auto hex = ShowCertDetailDlgModel::GetHexNumber(keyId.get());
         if (!hex)
             return row.addUnavailable(*this);
         row.value += "KeyID=" + *hex;
@@ -159,7 +140,7 @@ void ShowCertDetailDlgModel::GetSubjectKeyID(const tavik_cert_ext *ext)
 {
     ExtRow row(ext, "主题密钥标识符");
     const tavik::BlobPtr keyId(tavik_cert_ext_tooctetstring(ext));
-    const auto hex = hexOf(keyId.get());
+    const auto hex = ShowCertDetailDlgModel::GetHexNumber(keyId.get());
     if (!hex)
         return row.addUnavailable(*this);
     row.value = row.content = *hex;

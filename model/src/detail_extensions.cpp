@@ -7,6 +7,7 @@
 
 #include "Tavik_PKI_Crypto_UI.h"
 #include "pkiui/detail_model.hpp"
+#include "tables.hpp"
 
 namespace pkiui {
 
@@ -140,23 +141,12 @@ constexpr std::array kExtensions{
     ExtensionRecord{"2.5.29.9", D::UTF8ExtnValue, "主体目录属性", kStd, 0},
 };
 
-constexpr bool oidsUnique()
-{
-    for (std::size_t i = 0; i < kExtensions.size(); ++i)
-        for (std::size_t j = i + 1; j < kExtensions.size(); ++j)
-            if (kExtensions[i].oid == kExtensions[j].oid)
-                return false;
-    return true;
-}
-static_assert(oidsUnique(), "an OID has one decoder");
+static_assert(uniqueBy(kExtensions, &ExtensionRecord::oid), "an OID has one decoder");
 static_assert(kExtensions.size() == 67);
 
 const ExtensionRecord *findExtension(std::string_view oid)
 {
-    for (const auto &record : kExtensions)
-        if (record.oid == oid)
-            return &record;
-    return nullptr;
+    return findBy(kExtensions, &ExtensionRecord::oid, oid);
 }
 
 } // namespace

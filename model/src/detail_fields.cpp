@@ -7,42 +7,11 @@
 #include <vector>
 
 #include "pkiui/detail_model.hpp"
+#include "tables.hpp"
 
 namespace pkiui {
 
 namespace {
-
-struct OidName {
-    std::string_view oid;
-    std::string_view name;
-};
-
-template <std::size_t N> constexpr bool uniqueOids(const std::array<OidName, N> &table)
-{
-    for (std::size_t i = 0; i < N; ++i)
-        for (std::size_t j = i + 1; j < N; ++j)
-            if (table[i].oid == table[j].oid)
-                return false;
-    return true;
-}
-
-template <std::size_t N> constexpr bool uniqueOids(const std::array<std::string_view, N> &set)
-{
-    for (std::size_t i = 0; i < N; ++i)
-        for (std::size_t j = i + 1; j < N; ++j)
-            if (set[i] == set[j])
-                return false;
-    return true;
-}
-
-template <std::size_t N>
-std::optional<std::string_view> lookup(const std::array<OidName, N> &table, std::string_view oid)
-{
-    for (const OidName &entry : table)
-        if (entry.oid == oid)
-            return entry.name;
-    return std::nullopt;
-}
 
 constexpr std::array<OidName, 20> kSignatureAlgorithms = {{
     {"1.2.840.113549.1.1.2", "MD2WithRSA"},      {"1.2.840.113549.1.1.4", "MD5WithRSA"},
@@ -56,7 +25,7 @@ constexpr std::array<OidName, 20> kSignatureAlgorithms = {{
     {"1.2.840.10045.4.3.1", "ECDSAWithSHA224"},  {"1.2.840.10045.4.3.2", "ECDSAWithSHA256"},
     {"1.2.840.10045.4.3.3", "ECDSAWithSHA384"},  {"1.2.840.10045.4.3.4", "ECDSAWithSHA512"},
 }};
-static_assert(uniqueOids(kSignatureAlgorithms));
+static_assert(uniqueBy(kSignatureAlgorithms, &OidName::oid));
 
 // Spellings kept as the list has always shown them.
 constexpr std::array<OidName, 15> kDnLabels = {{
@@ -76,7 +45,7 @@ constexpr std::array<OidName, 15> kDnLabels = {{
     {"2.5.4.46", "dnQualifier"},
     {"2.5.4.12", "Title"},
 }};
-static_assert(uniqueOids(kDnLabels));
+static_assert(uniqueBy(kDnLabels, &OidName::oid));
 
 constexpr std::array<OidName, 7> kPublicKeyAlgorithms = {{
     {"1.2.840.113549.1.1.1", "RSA"},
@@ -87,7 +56,7 @@ constexpr std::array<OidName, 7> kPublicKeyAlgorithms = {{
     {"1.2.840.113549.1.1.10", "RSASSA_PSS"},
     {"1.2.840.113549.1.1.7", "RSAES_OAEP"},
 }};
-static_assert(uniqueOids(kPublicKeyAlgorithms));
+static_assert(uniqueBy(kPublicKeyAlgorithms, &OidName::oid));
 
 constexpr std::string_view kEcKeyOid = "1.2.840.10045.2.1";
 constexpr std::string_view kDsaKeyOid = "1.2.840.10040.4.1";
@@ -98,7 +67,7 @@ constexpr std::array<std::string_view, 3> kRsaKeyOids = {
     "1.2.840.113549.1.1.10",
     "1.2.840.113549.1.1.7",
 };
-static_assert(uniqueOids(kRsaKeyOids));
+static_assert(uniqueBy(kRsaKeyOids));
 
 // DSA, ECDSA and SM2 signatures: SEQUENCE { r INTEGER, s INTEGER }.
 constexpr std::array<std::string_view, 11> kTwoIntegerSignatures = {
@@ -107,15 +76,12 @@ constexpr std::array<std::string_view, 11> kTwoIntegerSignatures = {
     "1.2.840.10045.4.3.3", "1.2.840.10045.4.3.4",    "1.2.156.10197.1.501",
     "1.2.156.10197.1.502", "1.2.156.10197.1.503",
 };
-static_assert(uniqueOids(kTwoIntegerSignatures));
+static_assert(uniqueBy(kTwoIntegerSignatures));
 
 template <std::size_t N>
 bool contains(const std::array<std::string_view, N> &set, std::string_view oid)
 {
-    for (std::string_view entry : set)
-        if (entry == oid)
-            return true;
-    return false;
+    return findBy(set, std::identity{}, oid) != nullptr;
 }
 
 using DigestFn = int (*)(const unsigned char *, std::size_t, unsigned char *, std::size_t *);
@@ -132,13 +98,7 @@ constexpr std::array<Digest, 4> kThumbprints = {{
     {0x4000, "SHA256", tavik_crypto_sha256},
     {0x6000, "SHA512", tavik_crypto_sha512},
 }};
-static_assert([] {
-    for (std::size_t i = 0; i < kThumbprints.size(); ++i)
-        for (std::size_t j = i + 1; j < kThumbprints.size(); ++j)
-            if (kThumbprints[i].code == kThumbprints[j].code)
-                return false;
-    return true;
-}());
+static_assert(uniqueBy(kThumbprints, &Digest::code));
 
 constexpr std::string_view kThumbprintValue = "MD5,SHA1,SHA256,SHA512";
 
@@ -147,13 +107,6 @@ std::string format(const char *pattern, long number)
     char text[64];
     std::snprintf(text, sizeof text, pattern, number);
     return text;
-}
-
-std::optional<std::string> hexOf(const tavik_data_blob *blob)
-{
-    if (!blob)
-        return std::nullopt;
-    return ShowCertDetailDlgModel::GetHexNumber(blob->data, blob->length);
 }
 
 std::optional<std::string> oidOf(const tavik_cert_algorithmid *alg)
@@ -187,7 +140,7 @@ long GetPublicKeyLength(std::string_view oid, const tavik_cert_algorithmid *alg,
 std::optional<std::string> GetPublicKey(std::string_view oid, const tavik_cert_pubkey *key)
 {
     const tavik::BlobPtr encoding(tavik_cert_pubkey_getencode(key));
-    const std::optional<std::string> hex = hexOf(encoding.get());
+    const std::optional<std::string> hex = ShowCertDetailDlgModel::GetHexNumber(encoding.get());
     if (!hex)
         return std::nullopt;
     std::string text = *hex + "\r\n\r\n";
@@ -257,14 +210,21 @@ std::optional<std::string> ShowCertDetailDlgModel::GetHexNumber(const unsigned c
     return text;
 }
 
+std::optional<std::string> ShowCertDetailDlgModel::GetHexNumber(const tavik_data_blob *blob)
+{
+    if (!blob)
+        return std::nullopt;
+    return GetHexNumber(blob->data, blob->length);
+}
+
 std::string ShowCertDetailDlgModel::GetSignatureAlgorithmByOid(const std::string &oid)
 {
-    return std::string(lookup(kSignatureAlgorithms, oid).value_or(kUnavailable));
+    return std::string(nameOf(kSignatureAlgorithms, oid).value_or(kUnavailable));
 }
 
 std::string ShowCertDetailDlgModel::GetPublicKeyAlgorithmByOid(const std::string &oid)
 {
-    if (const auto name = lookup(kPublicKeyAlgorithms, oid))
+    if (const auto name = nameOf(kPublicKeyAlgorithms, oid))
         return std::string(*name);
     return "未知(" + oid + ")";
 }
@@ -278,7 +238,7 @@ ShowCertDetailDlgModel::GetAlgorithmParam(const tavik_cert_algorithmid *alg)
     if (tavik_cert_algorithmid_hasnullparam(alg))
         return "NULL";
     const tavik::BlobPtr encoding(tavik_cert_algorithmid_getparamsencode(alg));
-    return hexOf(encoding.get());
+    return ShowCertDetailDlgModel::GetHexNumber(encoding.get());
 }
 
 int ShowCertDetailDlgModel::AddAttrItemByOid(std::vector<std::string> &list,
@@ -288,7 +248,7 @@ int ShowCertDetailDlgModel::AddAttrItemByOid(std::vector<std::string> &list,
     if (!oid)
         return 0;
     std::string label;
-    if (const auto known = lookup(kDnLabels, oid.get()))
+    if (const auto known = nameOf(kDnLabels, oid.get()))
         label = *known;
     else
         label = std::string("Unknown Attribute(") + oid.get() + ")";
@@ -298,7 +258,7 @@ int ShowCertDetailDlgModel::AddAttrItemByOid(std::vector<std::string> &list,
         value = GetNSStringFromUString(text.get());
     } else {
         const tavik::BlobPtr encoding(tavik_cert_attrtypeandvalue_getvalencode(attr));
-        if (const auto hex = hexOf(encoding.get()))
+        if (const auto hex = ShowCertDetailDlgModel::GetHexNumber(encoding.get()))
             value = "HEX: " + *hex;
     }
     if (!value)
@@ -348,13 +308,13 @@ std::string ShowCertDetailDlgModel::FormatTime(const tavik_time *time)
 std::optional<std::string> ShowCertDetailDlgModel::GetBitSet(const tavik_bitset *bits)
 {
     const tavik::BlobPtr data(bits ? tavik_bitset_getdata(bits, nullptr) : nullptr);
-    return hexOf(data.get());
+    return ShowCertDetailDlgModel::GetHexNumber(data.get());
 }
 
 std::optional<std::string> ShowCertDetailDlgModel::GetBigInt(const tavik_biginteger *number)
 {
     const tavik::BlobPtr data(number ? tavik_biginteger_getdata(number) : nullptr);
-    return hexOf(data.get());
+    return ShowCertDetailDlgModel::GetHexNumber(data.get());
 }
 
 std::optional<std::string> ShowCertDetailDlgModel::GetDecBigInt(const tavik_biginteger *number)
@@ -379,10 +339,7 @@ std::optional<std::string> ShowCertDetailDlgModel::GetDecBigInt(const tavik_bigi
 std::optional<std::string> ShowCertDetailDlgModel::ContractAThumbprint(TAVIK_CERT_st *cert,
                                                                        int algo)
 {
-    const Digest *digest = nullptr;
-    for (const Digest &entry : kThumbprints)
-        if (entry.code == algo)
-            digest = &entry;
+    const Digest *digest = findBy(kThumbprints, &Digest::code, algo);
     if (!digest || !cert)
         return std::nullopt;
     const tavik::BlobPtr der(tavik_cert_encode(cert));
@@ -543,7 +500,7 @@ void ShowCertDetailDlgModel::GetCertPublicKeyInfo()
             return;
         }
         const tavik::BlobPtr encoding(tavik_cert_pubkey_getencode(key.get()));
-        const auto keyHex = hexOf(encoding.get());
+        const auto keyHex = ShowCertDetailDlgModel::GetHexNumber(encoding.get());
         const auto x = GetHexNumber(point.data() + 1, half);
         const auto y = GetHexNumber(point.data() + 1 + half, half);
         if (keyHex && x && y)
@@ -573,7 +530,7 @@ void ShowCertDetailDlgModel::GetCertSignature()
 {
     const char *name = "签名值";
     const tavik::BlobPtr signature(tavik_cert_getsignvalue(m_pCert.get()));
-    const std::optional<std::string> hex = hexOf(signature.get());
+    const std::optional<std::string> hex = ShowCertDetailDlgModel::GetHexNumber(signature.get());
     if (!hex) {
         AddCertInfo(name, kUnavailable, kUnavailable, kVersion1Field);
         return;

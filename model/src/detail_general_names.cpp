@@ -5,19 +5,13 @@
 #include <string_view>
 
 #include "pkiui/detail_model.hpp"
+#include "tables.hpp"
 
 namespace pkiui {
 
 namespace {
 
 using Model = ShowCertDetailDlgModel;
-
-std::optional<std::string> hexOf(const tavik_data_blob *blob)
-{
-    if (!blob)
-        return std::nullopt;
-    return Model::GetHexNumber(blob->data, blob->length);
-}
 
 // "PREFIX" + the toolkit string + "\r\n"; nullopt when the string is missing.
 std::optional<std::string> stringLine(std::string_view prefix, tavik_ustring *raw)
@@ -61,20 +55,12 @@ constexpr std::array kNameChoices{
     NameChoice{TAVIK_GN_IP, Model::GetIP},
     NameChoice{TAVIK_GN_REGID, Model::GetRegID},
 };
-static_assert([] {
-    for (std::size_t i = 0; i < kNameChoices.size(); ++i)
-        for (std::size_t j = i + 1; j < kNameChoices.size(); ++j)
-            if (kNameChoices[i].type == kNameChoices[j].type)
-                return false;
-    return true;
-}());
+static_assert(uniqueBy(kNameChoices, &NameChoice::type));
 
 NameFormatter findChoice(int type)
 {
-    for (const NameChoice &choice : kNameChoices)
-        if (choice.type == type)
-            return choice.format;
-    return nullptr;
+    const NameChoice *choice = findBy(kNameChoices, &NameChoice::type, type);
+    return choice ? choice->format : nullptr;
 }
 
 // The content octets of one whole TLV of the type; null otherwise.
@@ -96,7 +82,7 @@ std::optional<std::string> userPrincipalName(const tavik_data_blob &value)
         return std::nullopt;
     if (auto text = Model::UTF8String2NSString(utf8->data, utf8->length))
         return "UPN=" + *text;
-    const auto hex = hexOf(&value);
+    const auto hex = ShowCertDetailDlgModel::GetHexNumber(&value);
     if (!hex)
         return std::nullopt;
     return "UPN=Hex:" + *hex;
@@ -111,7 +97,7 @@ std::optional<std::string> domainControllerGuid(const tavik_data_blob &value)
         return std::nullopt;
     std::string text = "Domain Controller GUID=";
     if (octets->length != 16) {
-        const auto hex = hexOf(&value);
+        const auto hex = ShowCertDetailDlgModel::GetHexNumber(&value);
         if (!hex)
             return std::nullopt;
         return text + "Hex:" + *hex;
@@ -134,15 +120,14 @@ constexpr std::array kOtherNameTypes{
     OtherNameType{"1.3.6.1.4.1.311.20.2.3", userPrincipalName},
     OtherNameType{"1.3.6.1.4.1.311.25.1", domainControllerGuid},
 };
-static_assert(kOtherNameTypes[0].oid != kOtherNameTypes[1].oid);
+static_assert(uniqueBy(kOtherNameTypes, &OtherNameType::oid));
 
 // Any other type shows the raw value's hex.
 std::optional<std::string> otherNameText(std::string_view oid, const tavik_data_blob &value)
 {
-    for (const OtherNameType &type : kOtherNameTypes)
-        if (type.oid == oid)
-            return type.format(value);
-    const auto hex = hexOf(&value);
+    if (const OtherNameType *type = findBy(kOtherNameTypes, &OtherNameType::oid, oid))
+        return type->format(value);
+    const auto hex = ShowCertDetailDlgModel::GetHexNumber(&value);
     if (!hex)
         return std::nullopt;
     return "(Unknown OtherName)=" + *hex;
@@ -176,7 +161,7 @@ ShowCertDetailDlgModel::GetGeneralName(const tavik_cert_generalname *name)
     if (const NameFormatter format = findChoice(type))
         return format(name);
     const tavik::BlobPtr encoding(tavik_cert_generalname_getencode(name));
-    const auto hex = hexOf(encoding.get());
+    const auto hex = ShowCertDetailDlgModel::GetHexNumber(encoding.get());
     if (!hex)
         return std::nullopt;
     // Spelled so on purpose.

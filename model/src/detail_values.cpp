@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "pkiui/detail_model.hpp"
+#include "tables.hpp"
 
 namespace pkiui {
 
@@ -223,23 +224,12 @@ constexpr std::array kMethods{
     MethodRecord{"Boolean", DecodeBooleanExtValue},
 };
 
-constexpr bool methodNamesUnique()
-{
-    for (std::size_t i = 0; i < kMethods.size(); ++i)
-        for (std::size_t j = i + 1; j < kMethods.size(); ++j)
-            if (kMethods[i].name == kMethods[j].name)
-                return false;
-    return true;
-}
-static_assert(methodNamesUnique(), "each method name decodes one way");
+static_assert(uniqueBy(kMethods, &MethodRecord::name), "each method name decodes one way");
 
 // Exact, case-sensitive.
 const MethodRecord *findMethod(std::string_view name)
 {
-    for (const auto &record : kMethods)
-        if (record.name == name)
-            return &record;
-    return nullptr;
+    return findBy(kMethods, &MethodRecord::name, name);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "pkiui/cert_status.hpp"
+#include "tables.hpp"
 
 namespace pkiui {
 namespace {
@@ -40,22 +41,11 @@ constexpr std::array kAlgorithmNames{
 };
 constexpr std::string_view kUnknownAlgorithm = "未知算法";
 
-constexpr bool uniqueAlgorithms()
-{
-    for (std::size_t i = 0; i < kAlgorithmNames.size(); ++i)
-        for (std::size_t j = i + 1; j < kAlgorithmNames.size(); ++j)
-            if (kAlgorithmNames[i].algorithm == kAlgorithmNames[j].algorithm)
-                return false;
-    return true;
-}
-static_assert(uniqueAlgorithms());
+static_assert(uniqueBy(kAlgorithmNames, &AlgorithmName::algorithm));
 
 const AlgorithmName *findAlgorithm(int64_t algorithm)
 {
-    for (const AlgorithmName &entry : kAlgorithmNames)
-        if (entry.algorithm == algorithm)
-            return &entry;
-    return nullptr;
+    return findBy(kAlgorithmNames, &AlgorithmName::algorithm, algorithm);
 }
 
 // A text attribute into label; the label keeps its value when it cannot be read.

@@ -1,4 +1,5 @@
 #include "pkiui/select_model.hpp"
+#include "tables.hpp"
 
 #include <array>
 #include <cstring>
@@ -39,15 +40,6 @@ constexpr std::array kAlgorithms{CodeText{TAVIK_KEYALG_RSA, "RSA"}};
 // EC curves; any curve not listed has no text.
 constexpr std::array kCurves{CodeText{TAVIK_CURVE_SM2, "SM2"}};
 
-template <std::size_t N>
-const CodeText *find(const std::array<CodeText, N> &table, std::int64_t code)
-{
-    for (const CodeText &entry : table)
-        if (entry.code == code)
-            return &entry;
-    return nullptr;
-}
-
 Text typeText(TAVIK_CERT_st *cert)
 {
     const auto algorithm = integerAttribute(cert, TAVIK_ATTR_KEY_ALGORITHM);
@@ -55,10 +47,10 @@ Text typeText(TAVIK_CERT_st *cert)
         const auto curve = integerAttribute(cert, TAVIK_ATTR_CURVE);
         if (!curve)
             return std::string(kUnknown);
-        const CodeText *named = find(kCurves, *curve);
+        const CodeText *named = findBy(kCurves, &CodeText::code, *curve);
         return named ? Text(named->text) : std::nullopt;
     }
-    const CodeText *named = algorithm ? find(kAlgorithms, *algorithm) : nullptr;
+    const CodeText *named = algorithm ? findBy(kAlgorithms, &CodeText::code, *algorithm) : nullptr;
     return std::string(named ? named->text : kUnknown);
 }
 
@@ -171,13 +163,11 @@ std::optional<std::string>
 SelectCertDlgModel::getValueForColumnIdentifier(std::string_view identifier,
                                                 TAVIK_CERT_st *cert) const
 {
-    for (const Column &column : kColumns) {
-        if (column.identifier == identifier) {
-            ++m_cellQueries;
-            return column.text(cert);
-        }
-    }
-    return std::nullopt;
+    const Column *column = findBy(kColumns, &Column::identifier, identifier);
+    if (!column)
+        return std::nullopt;
+    ++m_cellQueries;
+    return column->text(cert);
 }
 
 std::string SelectCertDlgModel::cellText(int row, std::string_view identifier) const

@@ -75,6 +75,8 @@ class ShowCertDetailDlgModel {
 
     // Upper-case hex, one blank between bytes.
     static std::optional<std::string> GetHexNumber(const unsigned char *data, std::size_t length);
+    // The same for a toolkit blob; nullopt for none.
+    static std::optional<std::string> GetHexNumber(const tavik_data_blob *blob);
     // "label = value" for every attribute of the name, in stored order.
     static std::optional<std::vector<std::string>> GetAttributeByDn(const tavik_cert_dn *dn);
     static int AddAttrItemByOid(std::vector<std::string> &list,
