@@ -37,16 +37,6 @@ struct tavik_cert_privkeyusageperiod_st {
     ItemPtr<PKEY_USAGE_PERIOD, PKEY_USAGE_PERIOD_it> value;
 };
 
-namespace {
-
-// A new handle around a decoded value; null when there is none.
-template <class Handle, class Ptr> Handle *wrap(Ptr value) noexcept
-{
-    return value ? newObject<Handle>(std::move(value)) : nullptr;
-}
-
-} // namespace
-
 extern "C" {
 
 // BasicConstraints ::= SEQUENCE { cA BOOLEAN DEFAULT FALSE,

@@ -42,11 +42,6 @@ struct tavik_cert_accessdesc_st {
 
 namespace {
 
-template <class Handle, class Ptr> Handle *wrap(Ptr value) noexcept
-{
-    return value ? newObject<Handle>(std::move(value)) : nullptr;
-}
-
 tavik_cert_generalnames *namesOrNull(const GENERAL_NAMES *names) noexcept
 {
     return names ? tavik::detail::newGeneralNames(names) : nullptr;

@@ -30,11 +30,6 @@ struct tavik_cert_usernotice_st {
 
 namespace {
 
-template <class Handle, class Ptr> Handle *wrap(Ptr value) noexcept
-{
-    return value ? newObject<Handle>(std::move(value)) : nullptr;
-}
-
 int qualifierNid(const tavik_cert_polqualifierinfo *qualifier) noexcept
 {
     return qualifier ? OBJ_obj2nid(qualifier->value->pqualid) : NID_undef;

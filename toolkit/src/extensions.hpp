@@ -8,6 +8,7 @@
 
 #include <climits>
 #include <memory>
+#include <utility>
 
 #include "objects.hpp"
 
@@ -57,6 +58,12 @@ template <class T, const ASN1_ITEM *(*Item)()> ItemPtr<T, Item> dupItem(const T 
     if (!value)
         return nullptr;
     return ItemPtr<T, Item>(reinterpret_cast<T *>(ASN1_item_dup(Item(), value)));
+}
+
+// A new handle around a decoded value; null when there is none.
+template <class Handle, class Ptr> Handle *wrap(Ptr value) noexcept
+{
+    return value ? newObject<Handle>(std::move(value)) : nullptr;
 }
 
 // Releases what OpenSSL allocated for an encoding.
