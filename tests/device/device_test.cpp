@@ -3,10 +3,13 @@
 // counts and locking SoftHSM2 never produces.
 #include <gtest/gtest.h>
 
+#include "fixtures.hpp"
 #include "tavik_pki.h"
 #include "tavik_ptr.hpp"
 
 namespace {
+
+using pkiui::test::openScripted;
 
 constexpr const char *kLabel = "pkiui-test";
 constexpr int kSo = 0;
@@ -16,16 +19,6 @@ tavik::DevicePtr open(const char *module, const char *label, int *rc)
 {
     TAVIK_PKI_DEVICE_HANDLE_st *device = nullptr;
     *rc = TavikPKIDeviceOpen(module, label, &device);
-    return tavik::DevicePtr(device);
-}
-
-tavik::DevicePtr openScripted(int status, int count,
-                              std::initializer_list<TavikPKIScriptedAnswer> answers)
-{
-    TAVIK_PKI_DEVICE_HANDLE_st *device = nullptr;
-    EXPECT_EQ(TavikPKIDeviceOpenScripted(status, count, answers.begin(),
-                                         static_cast<int>(answers.size()), &device),
-              1);
     return tavik::DevicePtr(device);
 }
 
@@ -127,6 +120,7 @@ TEST(DeviceOpen, FindsTokenByExactLabelInModuleOrRegisteredModules)
 TEST(ScriptedDevice, CountsDownToLockedAndLastAnswerRepeats)
 {
     tavik::DevicePtr device = openScripted(1, 3, {{-5, 2}, {-5, 0}});
+    ASSERT_TRUE(device);
     int retry = 42;
     EXPECT_EQ(triesLeft(device, kUser), 3);
     EXPECT_EQ(verify(device, kUser, "1", &retry), -5);
@@ -146,6 +140,7 @@ TEST(ScriptedDevice, CountsDownToLockedAndLastAnswerRepeats)
 TEST(ScriptedDevice, PassesResultsThroughAndKeepsCountOnUnknownRetry)
 {
     tavik::DevicePtr device = openScripted(1, 3, {{65536, -1}, {-3, 7}, {1, 5}});
+    ASSERT_TRUE(device);
     int retry = 0;
     EXPECT_EQ(verify(device, kUser, "x", &retry), 65536);
     EXPECT_EQ(retry, -1);
@@ -156,6 +151,7 @@ TEST(ScriptedDevice, PassesResultsThroughAndKeepsCountOnUnknownRetry)
     EXPECT_EQ(triesLeft(device, kUser), 5);
 
     device = openScripted(-7, 3, {});
+    ASSERT_TRUE(device);
     EXPECT_EQ(triesLeft(device, kUser), 100 - 7);
     EXPECT_EQ(verify(device, kUser, "1234", &retry), TAVIK_ERR_DEVICE);
     EXPECT_EQ(TavikPKIDeviceScriptedVerifyCalls(device.get()), 1);

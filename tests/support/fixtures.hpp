@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
+#include <initializer_list>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -23,6 +24,18 @@
 namespace pkiui::test {
 
 using Bytes = std::vector<unsigned char>;
+
+// The toolkit's scripted device: a PIN status and tries left, then one answer
+// per verification. Null when it cannot be opened.
+inline tavik::DevicePtr openScripted(int status, int count,
+                                     std::initializer_list<TavikPKIScriptedAnswer> answers)
+{
+    TAVIK_PKI_DEVICE_HANDLE_st *device = nullptr;
+    if (TavikPKIDeviceOpenScripted(status, count, answers.begin(), static_cast<int>(answers.size()),
+                                   &device) != 1)
+        return nullptr;
+    return tavik::DevicePtr(device);
+}
 
 // The whole file; empty when it cannot be read.
 inline Bytes readFile(const std::string &path)

@@ -26,17 +26,8 @@ const QString kTryAgain = QString::fromUtf8("密码错误，请重试");
 const QString kUnknownError = QString::fromUtf8("验证密码时发生未知错误");
 const QString kBadCharacter = QString::fromUtf8("密码包含错误的字符");
 
+using pkiui::test::openScripted;
 using uitest::Buffer;
-
-tavik::DevicePtr openScripted(int status, int count,
-                              std::initializer_list<TavikPKIScriptedAnswer> answers)
-{
-    TAVIK_PKI_DEVICE_HANDLE_st *device = nullptr;
-    EXPECT_EQ(TavikPKIDeviceOpenScripted(status, count, answers.begin(),
-                                         static_cast<int>(answers.size()), &device),
-              1);
-    return tavik::DevicePtr(device);
-}
 
 QString fieldText(QWidget *window)
 {
@@ -53,7 +44,11 @@ std::string entryName(const ::testing::TestParamInfo<Entry> &info)
 // Each test runs one entry with a device that accepts whatever PIN it gets.
 class PasswordEntry : public ::testing::TestWithParam<Entry> {
   protected:
-    void SetUp() override { m_device = openScripted(1, 3, {{1, 3}}); }
+    void SetUp() override
+    {
+        m_device = openScripted(1, 3, {{1, 3}});
+        ASSERT_TRUE(m_device);
+    }
 
     int call(const char *msg, char **pwd)
     {
@@ -193,6 +188,7 @@ TEST_P(VerifyRetryRow, ShowsTheCountOrHides)
 {
     const RetryRowCase &c = GetParam();
     const auto device = openScripted(c.status, c.count, {{1, 3}});
+    ASSERT_TRUE(device);
     bool visible = !c.visible;
     QString count;
     const uitest::DialogScript script([&](QWidget *window) {
@@ -231,6 +227,7 @@ TEST_P(VerifyReply, AlertsClearsTheFieldAndStays)
 {
     const ReplyCase &c = GetParam();
     const auto device = openScripted(1, 3, {{c.result, c.retry}});
+    ASSERT_TRUE(device);
     const uitest::AlertRecorder alerts;
     QString field = QStringLiteral("not read");
     QString count;
@@ -272,6 +269,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(VerifyPassword, NonAsciiPinIsRefusedBeforeTheDeviceIsAsked)
 {
     const auto device = openScripted(1, 3, {{1, 3}});
+    ASSERT_TRUE(device);
     const uitest::AlertRecorder alerts;
     const QString typed = QStringLiteral("12") + QChar(0xE9) + QStringLiteral("4");
     bool kept = false;
