@@ -12,6 +12,7 @@
 #include "Tavik_PKI_Crypto_UI.h"
 #include "dialog_window.hpp"
 #include "gui_thread.hpp"
+#include "platform_probe.hpp"
 #include "show_cert_detail_dlg.hpp"
 #include "show_cert_info_dlg.hpp"
 #include "tavik_ptr.hpp"
@@ -141,7 +142,7 @@ int view(int argc, char **argv)
             TavikPKICertStoreAddIntermediate(certs[i].get());
     }
     std::printf("certificate: %s\n", subjectOf(certs[0].get()).c_str());
-    if (!pkiui::displayConfigured()) {
+    if (!pkiui::reachablePlatform()) {
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
         return renderOffscreen(certs[0].get(), out);
     }

@@ -1,143 +1,158 @@
 #include "gui_thread.hpp"
 
 #include <QApplication>
+#include <QLibraryInfo>
 #include <QMetaObject>
 #include <QThread>
+#include <QTranslator>
 
 #include <condition_variable>
-#include <cstdlib>
+#include <deque>
 #include <mutex>
+#include <string>
 #include <thread>
 
-namespace pkiui {
+#include "platform_probe.hpp"
 
-bool displayConfigured()
-{
-    for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
-        const char *value = std::getenv(name);
-        if (value && *value)
-            return true;
-    }
-    return false;
-}
+namespace pkiui {
 
 namespace {
 
 // The QApplication the library creates for a host without Qt. Qt binds itself
 // to the thread that creates it, so it gets a thread of its own that every
-// entry, from any host thread, is carried to.
+// entry, from any host thread, is carried to, one at a time.
+//
+// Between calls that thread waits on our own queue, outside Qt. A host may then
+// exit at any moment: Qt's globals are destroyed while no Qt code of ours runs,
+// just as in a Qt program that calls exit(), and nothing has to be registered
+// to run at exit in an order that Qt's own lazily made globals would upset.
 class OwnGuiThread final {
   public:
     static OwnGuiThread &instance()
     {
-        static OwnGuiThread self;
-        return self;
+        // Never destroyed: the thread may still be waiting when the host exits.
+        static auto *self = new OwnGuiThread;
+        return *self;
     }
 
-    // The object to queue calls on: the host's QApplication, ours (started on
-    // first use), or null when there can be none.
-    QObject *target(bool *own, bool *onGuiThread)
+    bool run(const std::function<void()> &task)
     {
         std::unique_lock lock(m_mutex);
-        *own = false;
         if (m_state == State::NotStarted) {
             // Decided under the lock so that our own application, while it is
             // being built, is never mistaken for the host's.
             if (QCoreApplication *core = QCoreApplication::instance()) {
-                *onGuiThread = QThread::currentThread() == core->thread();
-                return qobject_cast<QApplication *>(core);
+                lock.unlock(); // the task may call an entry again
+                return runOnHostApplication(qobject_cast<QApplication *>(core), task);
             }
-            if (!displayConfigured())
-                return nullptr;
+            std::optional<std::string> platform = reachablePlatform();
+            if (!platform)
+                return false;
             m_state = State::Starting;
-            m_thread = std::thread([this] { run(); });
+            m_thread = std::thread([this, name = std::move(*platform)]() mutable { main(name); });
+            m_id = m_thread.get_id();
         }
-        m_ready.wait(lock, [this] { return m_state != State::Starting; });
-        *own = m_state == State::Running;
+        m_changed.wait(lock, [this] { return m_state != State::Starting; });
+        if (m_state != State::Running)
+            return false;
         // Asked without Qt: QThread::currentThread() would make Qt adopt the
         // host's thread, and that record is never released.
-        *onGuiThread = std::this_thread::get_id() == m_thread.get_id();
-        return m_state == State::Running ? m_app : nullptr;
+        if (std::this_thread::get_id() == m_id) {
+            lock.unlock();
+            task(); // a nested call, from inside a dialog
+            return true;
+        }
+        Job job{&task};
+        m_jobs.push_back(&job);
+        m_changed.notify_all();
+        m_changed.wait(lock, [&job] { return job.done; });
+        return true;
     }
 
     void stop()
     {
         std::unique_lock lock(m_mutex);
-        m_ready.wait(lock, [this] { return m_state != State::Starting; });
-        if (!m_thread.joinable())
+        m_changed.wait(lock, [this] { return m_state != State::Starting; });
+        if (!m_thread.joinable() || std::this_thread::get_id() == m_id)
             return;
-        if (std::this_thread::get_id() == m_thread.get_id()) {
-            // exit() called from inside a dialog: the thread cannot join itself.
-            m_thread.detach();
-            return;
-        }
-        if (m_state == State::Running)
-            QMetaObject::invokeMethod(
-                m_app, [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
+        m_stopping = true;
+        m_changed.notify_all();
         lock.unlock();
         m_thread.join();
     }
 
   private:
     enum class State { NotStarted, Starting, Running, Stopped };
+    struct Job {
+        const std::function<void()> *task;
+        bool done = false;
+    };
 
-    void run()
+    static bool runOnHostApplication(QApplication *app, const std::function<void()> &task)
     {
-        static int argc = 1;
-        static char name[] = "tavikpkiui";
-        static char *argv[] = {name, nullptr};
+        if (!app)
+            return false; // a QGuiApplication or QCoreApplication: no widgets
+        if (QThread::currentThread() == app->thread())
+            task();
+        else
+            QMetaObject::invokeMethod(app, task, Qt::BlockingQueuedConnection);
+        return true;
+    }
+
+    void main(std::string platform)
+    {
+        // QApplication keeps argc and argv for its whole life.
+        std::string name = "tavikpkiui";
+        std::string option = "-platform";
+        int argc = 3;
+        char *argv[] = {name.data(), option.data(), platform.data(), nullptr};
         QApplication app(argc, argv);
         QApplication::setQuitOnLastWindowClosed(false);
-        {
-            const std::lock_guard lock(m_mutex);
-            m_app = &app;
-            m_state = State::Running;
+        // Qt's own texts (standard buttons, context menus) in the dialogs' language.
+        QTranslator qtTexts;
+        if (qtTexts.load(QStringLiteral("qtbase_zh_CN"),
+                         QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+            QApplication::installTranslator(&qtTexts);
+
+        std::unique_lock lock(m_mutex);
+        m_state = State::Running;
+        m_changed.notify_all();
+        for (;;) {
+            m_changed.wait(lock, [this] { return m_stopping || !m_jobs.empty(); });
+            if (m_jobs.empty())
+                break;
+            Job *job = m_jobs.front();
+            m_jobs.pop_front();
+            lock.unlock();
+            (*job->task)();
+            // What the dialogs left to delete goes now, not at the next call.
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            lock.lock();
+            job->done = true;
+            m_changed.notify_all();
         }
-        m_ready.notify_all();
-        QApplication::exec();
-        const std::lock_guard lock(m_mutex);
-        m_app = nullptr;
         m_state = State::Stopped;
     }
 
     std::mutex m_mutex;
-    std::condition_variable m_ready;
+    std::condition_variable m_changed;
     State m_state = State::NotStarted;
+    bool m_stopping = false;
+    std::deque<Job *> m_jobs;
     std::thread m_thread;
-    QApplication *m_app = nullptr;
+    std::thread::id m_id;
 };
-
-void stopAtExit()
-{
-    OwnGuiThread::instance().stop();
-}
 
 } // namespace
 
-void stopOwnGuiThread()
-{
-    stopAtExit();
-}
-
 bool runOnGuiThread(const std::function<void()> &task)
 {
-    bool own = false;
-    bool onGuiThread = false;
-    QObject *target = OwnGuiThread::instance().target(&own, &onGuiThread);
-    if (!target)
-        return false;
-    if (onGuiThread)
-        task();
-    else
-        QMetaObject::invokeMethod(target, task, Qt::BlockingQueuedConnection);
-    if (own) {
-        // Exit handlers run in reverse order of registration, and Qt registers
-        // its globals lazily, also while a dialog runs. Registering again after
-        // each call keeps our stop ahead of every Qt global made so far, so the
-        // thread is joined before anything it uses is destroyed.
-        std::atexit(stopAtExit);
-    }
-    return true;
+    return OwnGuiThread::instance().run(task);
+}
+
+void stopOwnGuiThread()
+{
+    OwnGuiThread::instance().stop();
 }
 
 } // namespace pkiui

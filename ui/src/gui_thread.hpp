@@ -7,16 +7,15 @@
 namespace pkiui {
 
 // Runs task on the GUI thread and waits until it returns: in place on that
-// thread, otherwise through a blocking queued call. Returns false, without
-// running task, when no GUI thread can exist (a bare QCoreApplication, or no
-// display to create a QApplication on).
+// thread, otherwise handed over and waited for. Returns false, without running
+// task, when no GUI thread can exist: a host whose application cannot show
+// widgets (QGuiApplication, QCoreApplication), or no platform that answers to
+// create a QApplication on.
 bool runOnGuiThread(const std::function<void()> &task);
 
-// True when some display is named in the environment, so that creating a
-// QApplication would not make Qt abort the process.
-bool displayConfigured();
-
-// Stops the library's own GUI thread, if it started one; safe to call twice.
+// Ends the library's own GUI thread, if it started one and no dialog runs on
+// it, and destroys its QApplication. Entries called afterwards fail. Hosts
+// need not call it: a host may simply exit.
 void stopOwnGuiThread();
 
 } // namespace pkiui

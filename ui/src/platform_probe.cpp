@@ -1,0 +1,148 @@
+#include "platform_probe.hpp"
+
+#include <QDir>
+#include <QLibraryInfo>
+#include <QStringList>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <xcb/xcb.h>
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <thread>
+
+namespace pkiui {
+
+namespace {
+
+std::string_view env(const char *name)
+{
+    const char *value = std::getenv(name);
+    return value ? value : "";
+}
+
+// A remote X server that does not answer can hold a connect for minutes.
+constexpr auto kConnectTimeout = std::chrono::seconds(5);
+
+// Opens and closes a connection to the X server named by DISPLAY, authorisation
+// included; gives up after kConnectTimeout, leaving the attempt to finish alone.
+bool xServerAnswers()
+{
+    if (env("DISPLAY").empty())
+        return false;
+    struct Attempt {
+        std::mutex mutex;
+        std::condition_variable done;
+        std::optional<bool> answered;
+    };
+    auto attempt = std::make_shared<Attempt>();
+    std::thread([attempt] {
+        xcb_connection_t *connection = xcb_connect(nullptr, nullptr);
+        const bool ok = xcb_connection_has_error(connection) == 0;
+        xcb_disconnect(connection);
+        const std::lock_guard lock(attempt->mutex);
+        attempt->answered = ok;
+        attempt->done.notify_all();
+    }).detach();
+    std::unique_lock lock(attempt->mutex);
+    attempt->done.wait_for(lock, kConnectTimeout, [&] { return attempt->answered.has_value(); });
+    return attempt->answered.value_or(false);
+}
+
+// Connects to the compositor's socket: WAYLAND_DISPLAY is a path, or a name
+// in XDG_RUNTIME_DIR.
+bool waylandAnswers()
+{
+    const std::string_view display = env("WAYLAND_DISPLAY");
+    if (display.empty())
+        return false;
+    std::string path(display);
+    if (display.front() != '/') {
+        const std::string_view runtime = env("XDG_RUNTIME_DIR");
+        if (runtime.empty())
+            return false;
+        path = std::string(runtime) + '/' + path;
+    }
+    sockaddr_un address{};
+    if (path.size() >= sizeof address.sun_path)
+        return false;
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0)
+        return false;
+    const bool ok =
+        ::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    ::close(fd);
+    return ok;
+}
+
+bool always()
+{
+    return true;
+}
+
+struct Platform {
+    std::string_view name;
+    std::string_view plugin; // file name in a plugins/platforms folder
+    bool (*answers)();
+};
+
+constexpr std::array kPlatforms{
+    Platform{"wayland", "libqwayland-generic.so", waylandAnswers},
+    Platform{"xcb", "libqxcb.so", xServerAnswers},
+    Platform{"offscreen", "libqoffscreen.so", always},
+    Platform{"minimal", "libqminimal.so", always},
+};
+
+// Where Qt looks for plugins: QT_PLUGIN_PATH first, then its own folder.
+bool pluginInstalled(std::string_view file)
+{
+    QStringList folders = QString::fromLocal8Bit(std::getenv("QT_PLUGIN_PATH"))
+                              .split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    folders << QLibraryInfo::path(QLibraryInfo::PluginsPath);
+    const QString name = QStringLiteral("platforms/") +
+                         QString::fromLatin1(file.data(), static_cast<qsizetype>(file.size()));
+    for (const QString &folder : folders) {
+        if (QDir(folder).exists(name))
+            return true;
+    }
+    return false;
+}
+
+bool usable(std::string_view entry)
+{
+    const std::string_view name = entry.substr(0, entry.find(':'));
+    for (const Platform &platform : kPlatforms) {
+        if (platform.name == name)
+            return pluginInstalled(platform.plugin) && platform.answers();
+    }
+    return false;
+}
+
+} // namespace
+
+std::optional<std::string> reachablePlatform()
+{
+    std::string_view list = env("QT_QPA_PLATFORM");
+    if (list.empty())
+        list = "wayland;xcb";
+    while (!list.empty()) {
+        const std::size_t end = list.find(';');
+        const std::string_view entry = list.substr(0, end);
+        if (usable(entry))
+            return std::string(entry);
+        list = end == std::string_view::npos ? std::string_view() : list.substr(end + 1);
+    }
+    return std::nullopt;
+}
+
+} // namespace pkiui
