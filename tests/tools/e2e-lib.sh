@@ -23,3 +23,11 @@ wait_for_windows() {
     done
     fail "expected $1 window(s) of the demo"
 }
+# Waits until one of the demo's windows has the keyboard focus.
+wait_for_focus() {
+    for _ in $(seq 200); do
+        windows | grep -qx "$(xdotool getwindowfocus 2>/dev/null || echo none)" && return 0
+        sleep 0.1
+    done
+    fail "no window of the demo has the focus"
+}

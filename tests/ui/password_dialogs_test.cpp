@@ -1,5 +1,6 @@
 // Both password entries driven through their dialogs: what the user does and
 // what the caller gets back; then the PIN dialog's answers to each device reply.
+#include <QAbstractButton>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -91,20 +92,24 @@ TEST_P(PasswordEntry, CancelAfterTypingGivesNoPasswordAndLeavesNothingInTheField
     EXPECT_EQ(script.dialogsShown(), 1);
 }
 
-// The alert hangs on the dialog's window, window-modal, and the dialog stays;
+// The alert hangs on the dialog's window, application-modal as the dialog,
+// reads "确定" on its one button, and the dialog stays;
 // then an ASCII password comes back in a buffer of its length plus one and
 // leaves the field empty.
 TEST_P(PasswordEntry, EmptyOkAlertsAndStaysThenAsciiPasswordComesBack)
 {
     QString leftOver = QStringLiteral("not read");
     QString shown;
-    bool windowModal = false;
+    bool appModal = false;
+    QStringList buttons;
     bool openAfterAlert = false;
     const uitest::DialogScript script([&](QWidget *window) {
         click(window, "okButton");
         auto *box = child<QMessageBox>(window, "alertBox");
         shown = box->text();
-        windowModal = box->isVisible() && box->windowModality() == Qt::WindowModal;
+        appModal = box->isVisible() && box->windowModality() == Qt::ApplicationModal;
+        for (const QAbstractButton *button : box->buttons())
+            buttons << button->text();
         openAfterAlert = window->isVisible();
         box->accept();
         typeText(window, QStringLiteral("abc"));
@@ -115,7 +120,8 @@ TEST_P(PasswordEntry, EmptyOkAlertsAndStaysThenAsciiPasswordComesBack)
     EXPECT_EQ(call("msg", &pwd), TAVIKPKIUI_OK);
     const Buffer buffer(pwd);
     EXPECT_EQ(shown, kEnterPassword);
-    EXPECT_TRUE(windowModal);
+    EXPECT_TRUE(appModal);
+    EXPECT_EQ(buttons, QStringList{QString::fromUtf8("确定")});
     EXPECT_TRUE(openAfterAlert);
     EXPECT_EQ(leftOver, QString());
     ASSERT_NE(buffer, nullptr);
@@ -126,10 +132,12 @@ TEST_P(PasswordEntry, EmptyOkAlertsAndStaysThenAsciiPasswordComesBack)
 }
 
 // The message replaces the default header "正在使用XXX的证书对应的私钥进行签名",
-// in a window of the entry's title and size.
+// in a window of the entry's title and size: as plain text (a certificate
+// subject in it cannot restyle the prompt), and never wider than the window.
 TEST_P(PasswordEntry, WindowShowsMessageDefaultOrNothing)
 {
     const QSize size = GetParam() == Entry::GetPassword ? QSize(400, 120) : QSize(400, 180);
+    const std::string longMessage(10000, 'w');
     struct Case {
         const char *msg;
         QString header;
@@ -138,16 +146,25 @@ TEST_P(PasswordEntry, WindowShowsMessageDefaultOrNothing)
         {"签名 abc", QString::fromUtf8("签名 abc")},
         {nullptr, QString::fromUtf8("正在使用私钥")},
         {"bad \xFF", QString()},
+        {"<b>x</b>", QStringLiteral("<b>x</b>")},
+        {longMessage.c_str(), QString::fromStdString(longMessage)},
     };
     for (const Case &c : cases) {
         QString header = QStringLiteral("not read");
+        bool plain = false;
+        bool inside = false;
         const uitest::DialogScript script([&](QWidget *window) {
-            header = child<QLabel>(window, "headerLabel")->text();
+            auto *label = child<QLabel>(window, "headerLabel");
+            header = label->text();
+            plain = label->textFormat() == Qt::PlainText;
+            inside = window->rect().contains(label->geometry());
             click(window, "cancelButton");
         });
         char *pwd = nullptr;
         call(c.msg, &pwd);
-        EXPECT_EQ(header, c.header) << (c.msg ? c.msg : "(null)");
+        const std::string what = c.msg ? std::string(c.msg).substr(0, 20) : "(null)";
+        EXPECT_EQ(header, c.header) << what;
+        EXPECT_TRUE(plain && inside) << what;
         EXPECT_EQ(script.lastTitle(), kPasswordTitle);
         EXPECT_EQ(script.lastSize(), size);
         EXPECT_TRUE(script.lastFlags().testFlag(Qt::WindowCloseButtonHint));

@@ -1,8 +1,11 @@
 #include "dialog_window.hpp"
 
+#include <QAbstractButton>
 #include <QCloseEvent>
 #include <QEventLoop>
 #include <QHideEvent>
+#include <QKeyEvent>
+#include <QPushButton>
 #include <QScreen>
 #include <QVBoxLayout>
 
@@ -23,6 +26,25 @@ Qt::WindowFlags flagsFor(TitleButtons buttons)
 
 } // namespace
 
+void DialogView::keyPressEvent(QKeyEvent *event)
+{
+    const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    switch (plain ? event->key() : 0) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (auto *button = qobject_cast<QAbstractButton *>(focusWidget()))
+            button->click();
+        else
+            acceptFromKeyboard();
+        break;
+    case Qt::Key_Escape:
+        cancelFromKeyboard();
+        break;
+    default:
+        QWidget::keyPressEvent(event);
+    }
+}
+
 DialogWindow::DialogWindow(QWidget *parent, const QString &title, QSize contentSize,
                            TitleButtons buttons)
     : QWidget(parent, flagsFor(buttons))
@@ -35,8 +57,9 @@ DialogWindow::DialogWindow(QWidget *parent, const QString &title, QSize contentS
     layout->setContentsMargins(0, 0, 0, 0);
 }
 
-void DialogWindow::setView(QWidget *view)
+void DialogWindow::setView(DialogView *view)
 {
+    m_view = view;
     layout()->addWidget(view);
 }
 
@@ -52,10 +75,11 @@ void DialogWindow::centre()
 
 void DialogWindow::closeEvent(QCloseEvent *event)
 {
-    if (m_refuseClose)
-        event->ignore();
-    else
-        QWidget::closeEvent(event);
+    // The view decides whether the window goes (it hides it, or its caller
+    // releases it once the loop has ended).
+    event->ignore();
+    if (m_view)
+        m_view->cancelFromKeyboard();
 }
 
 void DialogWindow::hideEvent(QHideEvent *event)
@@ -76,7 +100,7 @@ void runDialog(DialogWindow &window, DialogView &view)
         done = true;
         loop.quit();
     });
-    window.setRefuseClose(true);
+    window.setWindowModality(Qt::ApplicationModal);
     window.centre();
     window.show();
     window.activateWindow();
@@ -84,7 +108,15 @@ void runDialog(DialogWindow &window, DialogView &view)
     if (!done)
         loop.exec();
     QObject::disconnect(connection);
-    window.setRefuseClose(false);
+}
+
+QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name)
+{
+    auto *button = new QPushButton(text, parent);
+    button->setObjectName(name);
+    button->setAutoDefault(false);
+    button->setFocusPolicy(Qt::TabFocus);
+    return button;
 }
 
 } // namespace pkiui

@@ -5,6 +5,8 @@
 #include <QSize>
 #include <QWidget>
 
+class QPushButton;
+
 namespace pkiui {
 
 // A dialog's content: it knows its window (the owner) and ends its event loop
@@ -17,10 +19,19 @@ class DialogView : public QWidget {
     void setOwner(QWidget *owner) { m_owner = owner; }
     QWidget *owner() const { return m_owner; }
 
+    // Return (when no button has the focus) and Escape: the dialog's OK and
+    // Cancel. The window's close button is Cancel too.
+    virtual void acceptFromKeyboard() = 0;
+    virtual void cancelFromKeyboard() = 0;
+
   signals:
     void finished();
 
   protected:
+    // Return on a focused button presses it; otherwise Return and Escape go to
+    // the two actions above, once no control inside has taken them.
+    void keyPressEvent(QKeyEvent *event) override;
+
     QPointer<QWidget> m_owner;
 };
 
@@ -36,26 +47,31 @@ class DialogWindow final : public QWidget {
     DialogWindow(QWidget *parent, const QString &title, QSize contentSize, TitleButtons buttons);
 
     // Takes the view as the window's only content.
-    void setView(QWidget *view);
+    void setView(DialogView *view);
     // Centres the window on its screen.
     void centre();
-    // A blocking dialog ends only through its buttons, so the window manager
-    // cannot leave its caller waiting on a loop nobody can end.
-    void setRefuseClose(bool refuse) { m_refuseClose = refuse; }
     // A viewer left over a parent is deleted when its button hides it.
     void setDeleteWhenHidden(bool remove) { m_deleteWhenHidden = remove; }
 
   protected:
+    // The window manager's close is the view's Cancel: a blocking dialog must
+    // never leave its caller waiting on a loop nobody can end.
     void closeEvent(QCloseEvent *event) override;
     void hideEvent(QHideEvent *event) override;
 
   private:
-    bool m_refuseClose = false;
+    QPointer<DialogView> m_view;
     bool m_deleteWhenHidden = false;
 };
 
-// Shows the window and runs an event loop until the view emits finished().
-// Nested calls nest loops.
+// Shows the window application-modal (usable over a host's own modal dialog,
+// and keeping the host's other windows from re-entering a caller that waits)
+// and runs an event loop until the view emits finished(). Nested calls nest
+// loops.
 void runDialog(DialogWindow &window, DialogView &view);
+
+// A dialog button. A click leaves the keyboard focus where it was (in the
+// password field, say); Tab still reaches it.
+QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name);
 
 } // namespace pkiui

@@ -59,47 +59,52 @@ template <class Task> bool onGuiThread(Task &&task)
     return ran && completed;
 }
 
-TAVIK_CERT_st *selectCert(TAVIK_CERT_st **certs, int count)
+// The blocking dialogs' one sequence: a window of the given title and size
+// around a new View, set up by configure, run until the view finishes; read
+// takes the result from the view before window and view go.
+template <class View, class Configure, class Read>
+auto runBlocking(const char *name, const QString &title, QSize size, Configure configure, Read read)
 {
-    DialogWindow window(nullptr, QStringLiteral("证书选择对话框"), QSize(552, 200),
-                        TitleButtons::CloseAndMinimise);
-    window.setObjectName(QStringLiteral("selectCertWindow"));
-    auto *view = new pkiui::SelectCertDlg(&window);
-    view->setCertificateHandles(certs, count);
+    DialogWindow window(nullptr, title, size, TitleButtons::CloseAndMinimise);
+    window.setObjectName(QString::fromLatin1(name));
+    auto *view = new View(&window);
+    configure(*view);
     view->setOwner(&window);
     window.setView(view);
     pkiui::runDialog(window, *view);
-    TAVIK_CERT_st *selected = view->selectedCertHandle();
-    return selected ? TavikPKICertDupCert(selected) : nullptr;
+    return read(*view);
+}
+
+TAVIK_CERT_st *selectCert(TAVIK_CERT_st **certs, int count)
+{
+    return runBlocking<pkiui::SelectCertDlg>(
+        "selectCertWindow", QStringLiteral("证书选择对话框"), QSize(552, 200),
+        [&](auto &view) { view.setCertificateHandles(certs, count); },
+        [](auto &view) {
+            TAVIK_CERT_st *selected = view.selectedCertHandle();
+            return selected ? TavikPKICertDupCert(selected) : nullptr;
+        });
 }
 
 std::optional<QString> verifyPassword(TAVIK_PKI_DEVICE_HANDLE_st *device, int pinType,
                                       const std::optional<QString> &msg)
 {
-    DialogWindow window(nullptr, QStringLiteral("密码输入对话框"), QSize(400, 180),
-                        TitleButtons::CloseAndMinimise);
-    window.setObjectName(QStringLiteral("verifyPasswordWindow"));
-    auto *view = new pkiui::VerifyPwdDlg(&window);
-    view->setHDevice(device);
-    view->setPinType(pinType);
-    view->setMsg(msg.value_or(QString()));
-    view->setOwner(&window);
-    window.setView(view);
-    pkiui::runDialog(window, *view);
-    return view->takePwd();
+    return runBlocking<pkiui::VerifyPwdDlg>(
+        "verifyPasswordWindow", QStringLiteral("密码输入对话框"), QSize(400, 180),
+        [&](auto &view) {
+            view.setHDevice(device);
+            view.setPinType(pinType);
+            view.setMsg(msg.value_or(QString()));
+        },
+        [](auto &view) { return view.takePwd(); });
 }
 
 std::optional<QString> getPassword(const std::optional<QString> &msg)
 {
-    DialogWindow window(nullptr, QStringLiteral("密码输入对话框"), QSize(400, 120),
-                        TitleButtons::CloseAndMinimise);
-    window.setObjectName(QStringLiteral("getPasswordWindow"));
-    auto *view = new pkiui::GetPwdDlg(&window);
-    view->setMsg(msg.value_or(QString()));
-    view->setOwner(&window);
-    window.setView(view);
-    pkiui::runDialog(window, *view);
-    return view->takePwd();
+    return runBlocking<pkiui::GetPwdDlg>(
+        "getPasswordWindow", QStringLiteral("密码输入对话框"), QSize(400, 120),
+        [&](auto &view) { view.setMsg(msg.value_or(QString())); },
+        [](auto &view) { return view.takePwd(); });
 }
 
 } // namespace

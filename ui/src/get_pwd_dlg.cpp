@@ -54,6 +54,7 @@ void GetPwdDlg::okButtonTapped()
 {
     if (m_pwdInputTextField->text().isEmpty()) {
         showAlert(m_owner, QStringLiteral("请输入密码"));
+        m_pwdInputTextField->setFocus(); // back in the field once the alert is gone
         return;
     }
     wipe(m_pwd);

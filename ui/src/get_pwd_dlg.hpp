@@ -24,6 +24,9 @@ class GetPwdDlg final : public DialogView {
     // dialog keeps no copy.
     std::optional<QString> takePwd() { return std::exchange(m_pwd, std::nullopt); }
 
+    void acceptFromKeyboard() override { okButtonTapped(); }
+    void cancelFromKeyboard() override { cancelButtonTapped(); }
+
   private:
     void layoutSubView();
     void okButtonTapped();

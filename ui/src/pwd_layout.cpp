@@ -19,6 +19,8 @@ QLabel *makeHeaderLabel(QWidget *parent)
     font.setBold(true);
     font.setPointSize(14);
     label->setFont(font);
+    label->setTextFormat(Qt::PlainText);
+    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     return label;
 }
 
@@ -35,15 +37,8 @@ QLineEdit *makePasswordField(QWidget *parent)
     field->setObjectName(QStringLiteral("passwordField"));
     field->setEchoMode(QLineEdit::Password);
     clearField(field);
+    field->setFocus();
     return field;
-}
-
-QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name)
-{
-    auto *button = new QPushButton(text, parent);
-    button->setObjectName(name);
-    button->setAutoDefault(false);
-    return button;
 }
 
 QBoxLayout *makeRow(QWidget *leading, QWidget *trailing, int height)

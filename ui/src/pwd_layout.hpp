@@ -11,11 +11,12 @@ class QWidget;
 
 namespace pkiui {
 
-// Bold 14-point message line with the default text until a message is set.
+// Bold 14-point message line with the default text until a message is set;
+// the host's message is plain text, never markup, and never widens the window.
 QLabel *makeHeaderLabel(QWidget *parent);
 QLabel *makeTipLabel(QWidget *parent, const QString &text, const QString &name);
+// Has the focus when the dialog opens.
 QLineEdit *makePasswordField(QWidget *parent);
-QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name);
 // A label at the leading edge and a widget at the trailing edge, of fixed height.
 QBoxLayout *makeRow(QWidget *leading, QWidget *trailing, int height);
 // Two widgets sharing the width equally, of fixed height, without margins.

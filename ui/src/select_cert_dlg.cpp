@@ -32,14 +32,6 @@ constexpr std::array kColumnLayouts{
     ColumnLayout{otherNameColumnIdentifier, 100, "好记名称"},
 };
 
-QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name)
-{
-    auto *button = new QPushButton(text, parent);
-    button->setObjectName(name);
-    button->setAutoDefault(false);
-    return button;
-}
-
 } // namespace
 
 SelectCertTableModel::SelectCertTableModel(SelectCertDlgModel &model, QObject *parent)
@@ -130,6 +122,8 @@ void SelectCertDlg::layoutSubView()
     for (std::size_t i = 0; i < kColumnLayouts.size(); ++i)
         m_certTableView->setColumnWidth(static_cast<int>(i), kColumnLayouts[i].width);
     mainStack->addWidget(m_certTableView, 1);
+    // Arrows move the selection from the start.
+    m_certTableView->setFocus();
     connect(m_certTableView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             [this] {
                 const QModelIndexList selected = m_certTableView->selectionModel()->selectedRows();
@@ -166,6 +160,15 @@ void SelectCertDlg::okButtonClicked()
     if (m_owner)
         m_owner->hide();
     emit finished();
+}
+
+void SelectCertDlg::acceptFromKeyboard()
+{
+    // The current row is the one the keyboard is on, selected or not.
+    const QModelIndex current = m_certTableView->currentIndex();
+    if (current.isValid() && !m_certTableView->selectionModel()->isRowSelected(current.row()))
+        m_certTableView->selectRow(current.row());
+    okButtonClicked();
 }
 
 void SelectCertDlg::cancelButtonClicked()

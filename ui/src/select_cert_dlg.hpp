@@ -43,6 +43,9 @@ class SelectCertDlg final : public DialogView {
     const SelectCertDlgModel &dlgModel() const { return m_dlgModel; }
     QTableView *certTableView() const { return m_certTableView; }
 
+    void acceptFromKeyboard() override;
+    void cancelFromKeyboard() override { cancelButtonClicked(); }
+
   private:
     void layoutSubView();
     void okButtonClicked();

@@ -30,9 +30,10 @@ void ShowCertInfoDlg::layoutSubViews()
     m_tabs->addTab(showCertDetailDlg(), QStringLiteral("详细信息"));
     m_tabs->addTab(showCertPathDlg(), QStringLiteral("证书路径"));
     stack->addWidget(m_tabs, 1);
+    // The tab bar first: arrows switch tabs, Tab walks into the page.
+    m_tabs->setFocus();
 
-    m_okButton = new QPushButton(QStringLiteral("确定"), this);
-    m_okButton->setObjectName(QStringLiteral("okButton"));
+    m_okButton = makeButton(this, QStringLiteral("确定"), QStringLiteral("okButton"));
     m_okButton->setFixedSize(100, 44);
     stack->addWidget(m_okButton, 0, Qt::AlignHCenter);
     connect(m_okButton, &QPushButton::clicked, this, &ShowCertInfoDlg::okButtonClicked);

@@ -39,6 +39,9 @@ class ShowCertInfoDlg final : public DialogView {
     void setShowCertPathDlg(ShowCertPathDlg *tab);
 
     void okButtonClicked();
+    // Return, Escape and the window's close all act as "确定".
+    void acceptFromKeyboard() override { okButtonClicked(); }
+    void cancelFromKeyboard() override { okButtonClicked(); }
 
   private:
     void layoutSubViews();

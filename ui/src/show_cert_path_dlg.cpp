@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "Tavik_PKI_Crypto_UI.h"
+#include "dialog_window.hpp"
 
 namespace pkiui {
 
@@ -172,8 +173,7 @@ void ShowCertPathDlg::layoutSubView()
                 model().selectionDidChange(rows.isEmpty() ? -1 : rows.first().row());
             });
 
-    m_lookUpButton = new QPushButton(QStringLiteral("查看证书"), this);
-    m_lookUpButton->setObjectName(QStringLiteral("lookUpButton"));
+    m_lookUpButton = makeButton(this, QStringLiteral("查看证书"), QStringLiteral("lookUpButton"));
     m_lookUpButton->setFixedWidth(100);
     m_lookUpButton->setEnabled(false);
     connect(m_lookUpButton, &QPushButton::clicked, this, &ShowCertPathDlg::lookupButtonClicked);

@@ -1,11 +1,8 @@
 #include "test_seams.hpp"
 
-#include <QMessageBox>
 #include <QString>
 
 #include <mutex>
-
-#include "alert.hpp"
 
 namespace pkiui {
 
@@ -42,27 +39,12 @@ void setAlertObserver(std::function<void(QWidget *, const QString &)> observer)
     g_alertObserver = std::move(observer);
 }
 
-void showAlert(QWidget *owner, const QString &text)
+bool alertObserved(QWidget *owner, const QString &text)
 {
-    if (const auto observer = copyOf(g_alertObserver)) {
+    const auto observer = copyOf(g_alertObserver);
+    if (observer)
         observer(owner, text);
-        return;
-    }
-    if (owner) {
-        auto *box =
-            new QMessageBox(QMessageBox::Information, QString(), text, QMessageBox::Ok, owner);
-        box->setObjectName(QStringLiteral("alertBox"));
-        box->setAttribute(Qt::WA_DeleteOnClose);
-        box->setWindowModality(Qt::WindowModal);
-        box->open();
-        return;
-    }
-    QMessageBox box(QMessageBox::Information, QString(), text, QMessageBox::Ok);
-    box.setObjectName(QStringLiteral("alertBox"));
-    box.setAttribute(Qt::WA_QuitOnClose, false);
-    box.show();
-    notifyDialogShown(&box);
-    box.exec();
+    return static_cast<bool>(observer);
 }
 
 } // namespace pkiui

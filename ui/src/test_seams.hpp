@@ -17,5 +17,7 @@ void notifyDialogShown(QWidget *window);
 
 // While set, alerts are handed to the observer instead of being shown.
 void setAlertObserver(std::function<void(QWidget *owner, const QString &text)> observer);
+// Hands the alert to the observer, if one is set; false when there is none.
+bool alertObserved(QWidget *owner, const QString &text);
 
 } // namespace pkiui

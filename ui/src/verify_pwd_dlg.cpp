@@ -135,13 +135,13 @@ void VerifyPwdDlg::okButtonTapped()
     // Shares the field's buffer: no copy of the PIN yet.
     QString pin = m_pwdInputTextField->text();
     if (pin.isEmpty()) {
-        showAlert(m_owner, QStringLiteral("请输入密码"));
+        alert(QStringLiteral("请输入密码"));
         return;
     }
     // Only ASCII reaches the device; the field keeps what was typed.
     if (!asciiOnly(pin)) {
         pin = QString();
-        showAlert(m_owner, QStringLiteral("密码包含错误的字符"));
+        alert(QStringLiteral("密码包含错误的字符"));
         return;
     }
     pin = QString();
@@ -161,7 +161,13 @@ void VerifyPwdDlg::okButtonTapped()
     const RejectionAlert *row = rejected ? rejectionAlert(retry) : nullptr;
     if (row && row->showsCount)
         setRetryNumber(retry);
-    showAlert(m_owner, fromUtf8(row ? row->text : kUnknownError));
+    alert(fromUtf8(row ? row->text : kUnknownError));
+}
+
+void VerifyPwdDlg::alert(const QString &text)
+{
+    showAlert(m_owner, text);
+    m_pwdInputTextField->setFocus(); // back in the field once the alert is gone
 }
 
 void VerifyPwdDlg::cancelButtonTapped()

@@ -31,12 +31,17 @@ class VerifyPwdDlg final : public DialogView {
     // dialog keeps no copy.
     std::optional<QString> takePwd() { return std::exchange(m_pwd, std::nullopt); }
 
+    void acceptFromKeyboard() override { okButtonTapped(); }
+    void cancelFromKeyboard() override { cancelButtonTapped(); }
+
   private:
     void layoutSubView();
     void okButtonTapped();
     void cancelButtonTapped();
     // Orders the window out and ends the dialog's loop.
     void end();
+    // Tells the user, then lets them retype at once.
+    void alert(const QString &text);
 
     TAVIK_PKI_DEVICE_HANDLE_st *m_hDevice = nullptr;
     int m_pinType = 0;
