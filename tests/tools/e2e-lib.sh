@@ -1,6 +1,6 @@
-# Sourced by the Xvfb end-to-end scripts: the demo run in the background with
-# its output kept, shown when a step fails, and its windows found by process
-# (the titles are Chinese and the locale may not be UTF-8).
+# Sourced by the Xvfb end-to-end scripts: a host (the demo, mostly) run in the
+# background with its output kept, shown when a step fails, and its windows
+# found by process (the titles are Chinese and the locale may not be UTF-8).
 out=$(mktemp)
 pid=
 trap 'rm -f "$out"; [ -z "$pid" ] || kill "$pid" 2>/dev/null || true' EXIT
@@ -23,11 +23,27 @@ wait_for_windows() {
     done
     fail "expected $1 window(s) of the demo"
 }
-# Waits until one of the demo's windows has the keyboard focus.
+# Waits until a window of the host other than those given has the keyboard focus.
 wait_for_focus() {
+    local focused
     for _ in $(seq 200); do
-        windows | grep -qx "$(xdotool getwindowfocus 2>/dev/null || echo none)" && return 0
+        focused=$(xdotool getwindowfocus 2>/dev/null || echo none)
+        if windows | grep -qx "$focused" && ! printf '%s\n' "$@" | grep -qx "$focused"; then
+            return 0
+        fi
         sleep 0.1
     done
-    fail "no window of the demo has the focus"
+    fail "no new window of the host has the focus"
+}
+# Waits for a line of the host's output matching the pattern; prints its last match.
+await() {
+    local line
+    for _ in $(seq 100); do
+        if line=$(grep -E "$1" "$out" | tail -n 1) && [ -n "$line" ]; then
+            echo "$line"
+            return 0
+        fi
+        sleep 0.1
+    done
+    fail "no line '$1'"
 }

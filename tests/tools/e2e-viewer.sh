@@ -9,18 +9,6 @@ shots=$2
 rm -rf "$shots"
 start env PKIUI_DEMO_TRACE=1 PKIUI_DEMO_SHOTS="$shots" "$1" view
 
-# Waits for a line matching the pattern; prints its last match.
-await() {
-    for _ in $(seq 100); do
-        if line=$(grep -E "$1" "$out" | tail -n 1) && [ -n "$line" ]; then
-            echo "$line"
-            return 0
-        fi
-        sleep 0.1
-    done
-    fail "no line '$1'"
-}
-
 # Clicks the centre of control NAME of viewer window N.
 press() {
     local x y

@@ -1,5 +1,8 @@
-// A host that uses Qt: its QApplication runs on the main thread while a worker
-// thread calls a password entry and the viewer. Exits 0 when all answers came back.
+// A host that uses Qt: its application runs on the main thread while a worker
+// thread calls the entries. With a QApplication the dialogs run on the host's
+// thread; with a QGuiApplication or a QCoreApplication ("gui", "core") no
+// widget can be shown and each entry fails at once. Exits 0 when all answers
+// came back as expected.
 #include <QApplication>
 #include <QLineEdit>
 #include <QPushButton>
@@ -9,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <memory>
 #include <thread>
 
 #include "Tavik_PKI_Crypto_UI.h"
@@ -30,7 +34,8 @@ void check(bool ok, const char *what)
 // Answers each dialog the way its window asks for.
 void answer(QWidget *window)
 {
-    check(window->thread() == qApp->thread(), "dialog built on the GUI thread");
+    check(window->thread() == QCoreApplication::instance()->thread(),
+          "dialog built on the GUI thread");
     QTimer::singleShot(0, window, [window] {
         if (auto *field = window->findChild<QLineEdit *>(QStringLiteral("passwordField")))
             field->setText(QStringLiteral("1234"));
@@ -38,10 +43,11 @@ void answer(QWidget *window)
     });
 }
 
-void callEntries()
+void callEntries(bool widgets)
 {
     char *pwd = nullptr;
-    check(TavikPKIUIGetPassword(nullptr, "host", &pwd) == 1 && pwd && !std::strcmp(pwd, "1234"),
+    const int rc = TavikPKIUIGetPassword(nullptr, "host", &pwd);
+    check(widgets ? rc == 1 && pwd && !std::strcmp(pwd, "1234") : rc == TAVIKPKIUI_NO_PASSWORD,
           "GetPassword from a worker");
     TavikPKICryptoFreeMemory(pwd);
 
@@ -49,25 +55,45 @@ void callEntries()
     const std::string path = std::string(PKIUI_FIXTURES) + "/rsa-leaf.pem";
     check(TavikPKICertNewFromFile(path.c_str(), &rawCert) == 1, "fixture loads");
     const tavik::CertPtr cert(rawCert);
-    check(TavikPKIUIDisplayCert(nullptr, cert.get()) == 1, "DisplayCert from a worker");
+    check(TavikPKIUIDisplayCert(nullptr, cert.get()) == (widgets ? 1 : 0),
+          "DisplayCert from a worker");
+    if (!widgets) {
+        TAVIK_CERT_st *certs[] = {cert.get()};
+        check(!TavikPKIUISelectCert(nullptr, nullptr, nullptr, certs, 1),
+              "SelectCert from a worker");
+    }
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    QApplication app(argc, argv);
+    const std::string kind = argc > 1 ? argv[1] : "";
+    std::unique_ptr<QCoreApplication> app;
+    if (kind == "gui")
+        app = std::make_unique<QGuiApplication>(argc, argv);
+    else if (kind == "core")
+        app = std::make_unique<QCoreApplication>(argc, argv);
+    else
+        app = std::make_unique<QApplication>(argc, argv);
+    const bool widgets = kind.empty();
     pkiui::setDialogShownHook(answer);
     const long before = tavik_debug_live_objects();
-    std::thread worker([] {
-        callEntries();
-        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    if (!widgets) {
+        char *pwd = nullptr;
+        check(TavikPKIUIGetPassword(nullptr, "host", &pwd) == TAVIKPKIUI_NO_PASSWORD,
+              "GetPassword on the application's thread");
+    }
+    std::thread worker([widgets] {
+        callEntries(widgets);
+        QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
+                                  Qt::QueuedConnection);
     });
-    QTimer::singleShot(30000, &app, [] {
+    QTimer::singleShot(30000, app.get(), [] {
         check(false, "entries answered within 30 s");
         QCoreApplication::exit(1);
     });
-    QApplication::exec();
+    QCoreApplication::exec();
     worker.join();
     pkiui::setDialogShownHook({});
     check(tavik_debug_live_objects() == before, "no toolkit object left");
