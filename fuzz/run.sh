@@ -14,8 +14,10 @@ build=${2:-$root/build-fuzz}
 regress=$root/tests/toolkit/regress
 [ "$target" = detail ] && regress=$root/tests/model/regress
 
-cmake -S "$root" -B "$build" -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
-    -DPKIUI_BUILD_FUZZ=ON -DPKIUI_BUILD_TESTS=OFF -DPKIUI_BUILD_BENCH=OFF >/dev/null
+# A build dir configured before (CI's clang build, say) is used as it is.
+[ -f "$build/CMakeCache.txt" ] ||
+    cmake -S "$root" -B "$build" -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+        -DPKIUI_BUILD_FUZZ=ON -DPKIUI_BUILD_TESTS=OFF -DPKIUI_BUILD_BENCH=OFF >/dev/null
 cmake --build "$build" -j2 --target "fuzz_$target" fixtures
 
 corpus=$build/fuzz-corpus-$target
