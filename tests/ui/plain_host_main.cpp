@@ -1,6 +1,7 @@
 // A host without Qt: the library must start its own GUI thread, serve calls
 // from the main thread and from a worker, and let the process exit cleanly.
 // Qt is touched only inside the dialog hook, as an end-to-end tool would.
+#include <QCoreApplication>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QThread>
@@ -32,6 +33,9 @@ void answer(QWidget *window)
 {
     ++g_dialogs;
     check(std::this_thread::get_id() != g_mainThread, "dialog on the library's own thread");
+    // The field's context menu, one of Qt's own texts, in the dialogs' language.
+    check(QCoreApplication::translate("QLineEdit", "&Undo") != QLatin1String("&Undo"),
+          "Qt's own texts translated");
     QTimer::singleShot(0, window, [window] {
         window->findChild<QLineEdit *>(QStringLiteral("passwordField"))
             ->setText(QStringLiteral("abc"));
