@@ -81,23 +81,19 @@ int renderOffscreen(TAVIK_CERT_st *cert, const QString &dir)
     int rc = 1;
     const bool ran = pkiui::runOnGuiThread([&] {
         QDir().mkpath(dir);
-        pkiui::DialogWindow window(nullptr, QStringLiteral("证书"), QSize(400, 450),
-                                   pkiui::TitleButtons::MinimiseOnly);
-        auto *view = new pkiui::ShowCertInfoDlg(&window);
-        if (view->setCertHandle(cert) != 1) {
+        const auto [window, view] = pkiui::makeViewerWindow(nullptr, cert);
+        if (!window) {
             std::fprintf(stderr, "pkiui-demo: the certificate cannot be read\n");
             return;
         }
-        view->setOwner(&window);
-        window.setView(view);
-        window.show();
+        window->show();
         auto *tabs = view->findChild<QTabWidget *>();
         for (int i = 0; tabs && i < tabs->count(); ++i) {
             tabs->setCurrentIndex(i);
             QApplication::processEvents();
             const QString file =
                 QDir(dir).absoluteFilePath(QStringLiteral("viewer-%1.png").arg(i + 1));
-            if (!window.grab().save(file)) {
+            if (!window->grab().save(file)) {
                 std::fprintf(stderr, "pkiui-demo: cannot write %s\n", qPrintable(file));
                 return;
             }

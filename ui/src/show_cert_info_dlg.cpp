@@ -111,22 +111,29 @@ void ShowCertInfoDlg::okButtonClicked()
         m_owner->hide();
 }
 
+ViewerWindow makeViewerWindow(QWidget *owner, TAVIK_CERT_st *cert)
+{
+    auto window = std::make_unique<DialogWindow>(owner, QStringLiteral("证书"), QSize(400, 450),
+                                                 TitleButtons::MinimiseOnly);
+    window->setObjectName(QStringLiteral("certViewerWindow"));
+    auto *view = new ShowCertInfoDlg(window.get());
+    if (view->setCertHandle(cert) != 1)
+        return {};
+    view->setOwner(window.get());
+    window->setView(view);
+    return {std::move(window), view};
+}
+
 int displayCert(QWidget *parent, TAVIK_CERT_st *cert)
 {
     QWidget *owner = parent ? parent->window() : nullptr;
     // With a parent the window is the parent's child (and goes with it);
     // without one it lives for this call only.
-    auto window = std::make_unique<DialogWindow>(owner, QStringLiteral("证书"), QSize(400, 450),
-                                                 TitleButtons::MinimiseOnly);
-    window->setObjectName(QStringLiteral("certViewerWindow"));
-    auto *view = new ShowCertInfoDlg(window.get());
-    if (view->setCertHandle(cert) != 1) {
-        window.reset();
+    auto [window, view] = makeViewerWindow(owner, cert);
+    if (!window) {
         showAlert(owner, QStringLiteral("读取证书信息失败"));
         return 0;
     }
-    view->setOwner(window.get());
-    window->setView(view);
     if (owner) {
         view->setShouldStopApp(false);
         window->setDeleteWhenHidden(true);

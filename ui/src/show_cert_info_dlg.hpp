@@ -1,6 +1,8 @@
 // The certificate viewer: tabs "常规", "详细信息", "证书路径" and an OK button.
 #pragma once
 
+#include <memory>
+
 #include "dialog_window.hpp"
 #include "tavik_pki.h"
 
@@ -54,6 +56,14 @@ class ShowCertInfoDlg final : public DialogView {
     ShowCertPathDlg *m_path = nullptr;
     QPushButton *m_okButton = nullptr;
 };
+
+// The viewer's window (title "证书", 400 x 450, no close button) around a
+// viewer holding cert; both null when the viewer cannot take it.
+struct ViewerWindow {
+    std::unique_ptr<DialogWindow> window;
+    ShowCertInfoDlg *view = nullptr;
+};
+ViewerWindow makeViewerWindow(QWidget *owner, TAVIK_CERT_st *cert);
 
 // Builds the viewer window for cert and shows it: over parent's window,
 // returning at once, or without a parent until its OK button. 1 when shown;
