@@ -243,6 +243,5 @@ int main(int argc, char **argv)
     } else
         rc = usage();
     TavikPKICertStoreClear();
-    pkiui::stopOwnGuiThread();
     return rc;
 }

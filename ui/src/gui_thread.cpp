@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -22,10 +23,10 @@ namespace {
 // to the thread that creates it, so it gets a thread of its own that every
 // entry, from any host thread, is carried to, one at a time.
 //
-// Between calls that thread waits on our own queue, outside Qt. A host may then
-// exit at any moment: Qt's globals are destroyed while no Qt code of ours runs,
-// just as in a Qt program that calls exit(), and nothing has to be registered
-// to run at exit in an order that Qt's own lazily made globals would upset.
+// The application lives for one call; in between, the thread waits on our own
+// queue with nothing of Qt alive. A host may then exit at any moment, with no
+// exit handler to order against Qt's own, and a display that went away since
+// the last call is noticed before Qt is asked to use it.
 class OwnGuiThread final {
   public:
     static OwnGuiThread &instance()
@@ -38,23 +39,16 @@ class OwnGuiThread final {
     bool run(const std::function<void()> &task)
     {
         std::unique_lock lock(m_mutex);
-        if (m_state == State::NotStarted) {
+        if (!m_thread.joinable()) {
             // Decided under the lock so that our own application, while it is
             // being built, is never mistaken for the host's.
             if (QCoreApplication *core = QCoreApplication::instance()) {
                 lock.unlock(); // the task may call an entry again
                 return runOnHostApplication(qobject_cast<QApplication *>(core), task);
             }
-            std::optional<std::string> platform = reachablePlatform();
-            if (!platform)
-                return false;
-            m_state = State::Starting;
-            m_thread = std::thread([this, name = std::move(*platform)]() mutable { main(name); });
+            m_thread = std::thread([this] { main(); });
             m_id = m_thread.get_id();
         }
-        m_changed.wait(lock, [this] { return m_state != State::Starting; });
-        if (m_state != State::Running)
-            return false;
         // Asked without Qt: QThread::currentThread() would make Qt adopt the
         // host's thread, and that record is never released.
         if (std::this_thread::get_id() == m_id) {
@@ -66,26 +60,14 @@ class OwnGuiThread final {
         m_jobs.push_back(&job);
         m_changed.notify_all();
         m_changed.wait(lock, [&job] { return job.done; });
-        return true;
-    }
-
-    void stop()
-    {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_state != State::Starting; });
-        if (!m_thread.joinable() || std::this_thread::get_id() == m_id)
-            return;
-        m_stopping = true;
-        m_changed.notify_all();
-        lock.unlock();
-        m_thread.join();
+        return job.ran;
     }
 
   private:
-    enum class State { NotStarted, Starting, Running, Stopped };
     struct Job {
         const std::function<void()> *task;
         bool done = false;
+        bool ran = false;
     };
 
     static bool runOnHostApplication(QApplication *app, const std::function<void()> &task)
@@ -99,13 +81,38 @@ class OwnGuiThread final {
         return true;
     }
 
-    void main(std::string platform)
+    [[noreturn]] void main()
     {
+        for (;;) {
+            Job *job = nullptr;
+            {
+                std::unique_lock lock(m_mutex);
+                m_changed.wait(lock, [this] { return !m_jobs.empty(); });
+                job = m_jobs.front();
+                m_jobs.pop_front();
+            }
+            const bool ran = serve(*job->task);
+            const std::lock_guard lock(m_mutex);
+            job->done = true;
+            job->ran = ran;
+            m_changed.notify_all();
+        }
+    }
+
+    // Runs task in an application made for it, on a platform that answers
+    // now; false when there is none. The caller hears of the result only once
+    // the application is gone, so that a host exiting right after never meets
+    // a Qt still tearing down.
+    static bool serve(const std::function<void()> &task)
+    {
+        std::optional<std::string> platform = reachablePlatform();
+        if (!platform)
+            return false;
         // QApplication keeps argc and argv for its whole life.
         std::string name = "tavikpkiui";
         std::string option = "-platform";
         int argc = 3;
-        char *argv[] = {name.data(), option.data(), platform.data(), nullptr};
+        char *argv[] = {name.data(), option.data(), platform->data(), nullptr};
         QApplication app(argc, argv);
         QApplication::setQuitOnLastWindowClosed(false);
         // Qt's own texts (standard buttons, context menus) in the dialogs' language.
@@ -113,31 +120,14 @@ class OwnGuiThread final {
         if (qtTexts.load(QStringLiteral("qtbase_zh_CN"),
                          QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
             QApplication::installTranslator(&qtTexts);
-
-        std::unique_lock lock(m_mutex);
-        m_state = State::Running;
-        m_changed.notify_all();
-        for (;;) {
-            m_changed.wait(lock, [this] { return m_stopping || !m_jobs.empty(); });
-            if (m_jobs.empty())
-                break;
-            Job *job = m_jobs.front();
-            m_jobs.pop_front();
-            lock.unlock();
-            (*job->task)();
-            // What the dialogs left to delete goes now, not at the next call.
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-            lock.lock();
-            job->done = true;
-            m_changed.notify_all();
-        }
-        m_state = State::Stopped;
+        task();
+        // What the dialogs left to delete goes while the application lives.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        return true;
     }
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    State m_state = State::NotStarted;
-    bool m_stopping = false;
     std::deque<Job *> m_jobs;
     std::thread m_thread;
     std::thread::id m_id;
@@ -148,11 +138,6 @@ class OwnGuiThread final {
 bool runOnGuiThread(const std::function<void()> &task)
 {
     return OwnGuiThread::instance().run(task);
-}
-
-void stopOwnGuiThread()
-{
-    OwnGuiThread::instance().stop();
 }
 
 } // namespace pkiui

@@ -13,9 +13,4 @@ namespace pkiui {
 // create a QApplication on.
 bool runOnGuiThread(const std::function<void()> &task);
 
-// Ends the library's own GUI thread, if it started one and no dialog runs on
-// it, and destroys its QApplication. Entries called afterwards fail. Hosts
-// need not call it: a host may simply exit.
-void stopOwnGuiThread();
-
 } // namespace pkiui

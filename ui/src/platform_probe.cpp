@@ -31,9 +31,29 @@ std::string_view env(const char *name)
 
 // A remote X server that does not answer can hold a connect for minutes.
 constexpr auto kConnectTimeout = std::chrono::seconds(5);
+constexpr auto kRetryDelay = std::chrono::milliseconds(100);
 
-// Opens and closes a connection to the X server named by DISPLAY, authorisation
-// included; gives up after kConnectTimeout, leaving the attempt to finish alone.
+// The last connection that answered stays open until the next one has: an X
+// server with no client left resets itself, and one that resets between the
+// probe and Qt's own connection, or between two calls, refuses Qt.
+class HeldConnection {
+  public:
+    void replace(xcb_connection_t *connection)
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_connection)
+            xcb_disconnect(m_connection);
+        m_connection = connection;
+    }
+
+  private:
+    std::mutex m_mutex;
+    xcb_connection_t *m_connection = nullptr;
+};
+
+// Opens a connection to the X server named by DISPLAY, authorisation
+// included; gives up after kConnectTimeout, leaving the attempt to finish and
+// close alone.
 bool xServerAnswers()
 {
     if (env("DISPLAY").empty())
@@ -41,20 +61,41 @@ bool xServerAnswers()
     struct Attempt {
         std::mutex mutex;
         std::condition_variable done;
-        std::optional<bool> answered;
+        bool finished = false;
+        bool abandoned = false;
+        xcb_connection_t *connection = nullptr;
     };
     auto attempt = std::make_shared<Attempt>();
     std::thread([attempt] {
-        xcb_connection_t *connection = xcb_connect(nullptr, nullptr);
-        const bool ok = xcb_connection_has_error(connection) == 0;
-        xcb_disconnect(connection);
+        xcb_connection_t *connection = nullptr;
+        // A server resetting after its last client left refuses for a moment.
+        for (int tries = 3; tries > 0 && !connection; --tries) {
+            connection = xcb_connect(nullptr, nullptr);
+            if (xcb_connection_has_error(connection) != 0) {
+                xcb_disconnect(connection);
+                connection = nullptr;
+                std::this_thread::sleep_for(kRetryDelay);
+            }
+        }
         const std::lock_guard lock(attempt->mutex);
-        attempt->answered = ok;
+        if (attempt->abandoned && connection)
+            xcb_disconnect(connection);
+        else
+            attempt->connection = connection;
+        attempt->finished = true;
         attempt->done.notify_all();
     }).detach();
     std::unique_lock lock(attempt->mutex);
-    attempt->done.wait_for(lock, kConnectTimeout, [&] { return attempt->answered.has_value(); });
-    return attempt->answered.value_or(false);
+    if (!attempt->done.wait_for(lock, kConnectTimeout, [&] { return attempt->finished; })) {
+        attempt->abandoned = true;
+        return false;
+    }
+    if (!attempt->connection)
+        return false;
+    // Never destroyed: a host may exit while another thread still asks.
+    static auto *held = new HeldConnection;
+    held->replace(attempt->connection);
+    return true;
 }
 
 // Connects to the compositor's socket: WAYLAND_DISPLAY is a path, or a name
