@@ -6,8 +6,8 @@
 #include <string_view>
 #include <type_traits>
 
-#include "Tavik_PKI_Crypto_UI.h"
 #include "pkiui/detail_model.hpp"
+#include "pkiui/ext_encode_config.hpp"
 #include "tables.hpp"
 
 namespace pkiui {
@@ -212,14 +212,12 @@ bool ShowCertDetailDlgModel::DecodeUnkownExtValue(const tavik_cert_ext *ext, std
     const tavik::TextPtr oid(tavik_cert_ext_getextid(ext));
     if (!value || !oid)
         return false;
-    char *name = nullptr;
-    char *method = nullptr;
-    if (GetExtEncodeMethod(oid.get(), &name, &method, &isTavik) != 1)
+    const std::optional<NameValuePair_st> config = findExtEncodeMethod(oid.get());
+    if (!config)
         return false;
-    const tavik::TextPtr ownedName(name);
-    const tavik::TextPtr ownedMethod(method);
-    extName = name;
-    return DecodeUnkownExtValue(*value, method, extValue);
+    isTavik = config->isTavik;
+    extName = config->name;
+    return DecodeUnkownExtValue(*value, config->encodeMethod, extValue);
 }
 
 void ShowCertDetailDlgModel::addUnknownExtension(const tavik_cert_ext *ext, const std::string &oid,

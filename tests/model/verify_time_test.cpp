@@ -1,11 +1,11 @@
-// getVerifyTime: the earliest end of validity of a path whose periods overlap.
+// verifyTime: the earliest end of validity of a path whose periods overlap.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "Tavik_PKI_Crypto_UI.h"
 #include "fixtures.hpp"
+#include "pkiui/verify_time.hpp"
 
 namespace pkiui::test {
 namespace {
@@ -33,11 +33,8 @@ TEST(VerifyTime, EarliestEndWhenPeriodsOverlap)
         }
         const tavik::CertPtr cert = loadCert(c.cert);
         ASSERT_TRUE(cert) << c.cert;
-        char *time = nullptr;
-        const int rc = getVerifyTime(path.data(), static_cast<int>(path.size()), cert.get(), &time);
-        const tavik::TextPtr owner(time);
-        EXPECT_EQ(rc, c.expectedFrom ? 1 : 0) << c.cert;
-        EXPECT_EQ(time ? std::string(time) : "(none)",
+        const auto time = verifyTime(path.data(), static_cast<int>(path.size()), cert.get());
+        EXPECT_EQ(time.value_or("(none)"),
                   c.expectedFrom ? loadDates(c.expectedFrom).notAfter : "(none)")
             << c.cert;
     }
@@ -48,13 +45,11 @@ TEST(VerifyTime, EmptyOrMissingPathGivesNothing)
     const tavik::CertPtr cert = loadCert("rsa-leaf");
     ASSERT_TRUE(cert);
     TAVIK_CERT_st *path[] = {cert.get()};
-    char *time = nullptr;
-    EXPECT_EQ(getVerifyTime(path, 0, cert.get(), &time), 0);
-    EXPECT_EQ(getVerifyTime(path, -1, cert.get(), &time), 0);
-    EXPECT_EQ(getVerifyTime(nullptr, 1, cert.get(), &time), 0);
+    EXPECT_EQ(verifyTime(path, 0, cert.get()), std::nullopt);
+    EXPECT_EQ(verifyTime(path, -1, cert.get()), std::nullopt);
+    EXPECT_EQ(verifyTime(nullptr, 1, cert.get()), std::nullopt);
     // The certificate is not read when the path is empty.
-    EXPECT_EQ(getVerifyTime(path, 0, nullptr, &time), 0);
-    EXPECT_EQ(time, nullptr);
+    EXPECT_EQ(verifyTime(path, 0, nullptr), std::nullopt);
 }
 
 } // namespace
