@@ -2,12 +2,12 @@
 // general and path tabs as text and as JSON.
 #pragma once
 
+#include <nlohmann/json.hpp>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 namespace pkiui {
 class ShowCertRoutineDlgModel;

@@ -1,11 +1,11 @@
 // Toolkit strings to display text, and raw extension values decoded under a
 // configured method name.
-#include <clocale>
-#include <cstdio>
-#include <cwchar>
 #include <locale.h>
 
 #include <array>
+#include <clocale>
+#include <cstdio>
+#include <cwchar>
 #include <string_view>
 
 #include "pkiui/detail_model.hpp"
