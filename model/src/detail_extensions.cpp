@@ -2,7 +2,7 @@
 // by OID; extensions without one are shown through the encoding
 // configuration or as a hex dump under a generated name.
 #include <array>
-#include <cstdio>
+#include <cstdint>
 #include <string_view>
 #include <type_traits>
 

@@ -14,9 +14,6 @@
 
 namespace pkiui {
 
-// The extension dispatch table (detail_extensions.cpp).
-struct ExtensionTable;
-
 // The OIDs that have a decoder of their own, in the order they are matched.
 std::vector<std::string_view> decodedExtensionOids();
 
@@ -139,6 +136,7 @@ class ShowCertDetailDlgModel {
     static std::optional<std::string> GetUserNotice(const tavik_cert_polqualifierinfo *qualifier);
 
   private:
+    // The extension dispatch table (detail_extensions.cpp) calls the readers.
     friend struct ExtensionTable;
 
     void getCertInfomation();
