@@ -18,15 +18,6 @@ namespace {
 
 const std::string kNa = kUnavailable;
 
-// "3A0F11" -> "3A 0F 11".
-std::string spaced(const std::string &digits)
-{
-    std::string out;
-    for (std::size_t i = 0; i < digits.size(); i += 2)
-        out += (i ? " " : "") + digits.substr(i, 2);
-    return out;
-}
-
 // An ASN1_TIME eight hours east of UTC, as 2024年03月05日 08:00:00.
 std::string shanghaiTime(const ASN1_TIME *time)
 {

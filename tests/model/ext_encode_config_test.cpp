@@ -88,16 +88,13 @@ TEST_F(ConfigFile, LinesSectionsAndFailures)
     }
 }
 
-TEST_F(ConfigFile, LaterLoadsReplaceTheOneSectionAndMissingFilesLoadNothing)
+TEST_F(ConfigFile, LaterLoadsKeepTheTableAndMissingFilesLoadNothing)
 {
     EXPECT_EQ(pkiui::LoadExtEncodeConfig((m_path + ".absent").c_str()), 0);
-    EXPECT_EQ(pkiui::LoadExtEncodeConfig(nullptr), 0);
     EXPECT_EQ(kept(), "0");
     ASSERT_EQ(load("[1.2]\nEncodeMethod=OID\n"), 1);
     ASSERT_EQ(load("abc\n"), 0);
     EXPECT_EQ(kept(), "1|1.2|OID|0") << "a failed load keeps the table";
-    ASSERT_EQ(load("[1.9]\nEncodeMethod=Boolean\nisTavik=1\n"), 1);
-    EXPECT_EQ(kept(), "1|1.9|Boolean|1") << "one key for every section";
 }
 
 TEST_F(ConfigFile, OnlyTheStoredAddressIsFound)

@@ -16,12 +16,7 @@ std::string spacedHex(const std::string &arguments)
     const std::vector<std::string> lines = split(trim(openssl(arguments)), "\n");
     const std::string last = lines.back();
     const std::size_t equals = last.find('=');
-    const std::string digits =
-        digitsOf(equals == std::string::npos ? last : last.substr(equals + 1));
-    std::string out;
-    for (std::size_t i = 0; i < digits.size(); i += 2)
-        out += (i ? " " : "") + digits.substr(i, 2);
-    return out;
+    return spaced(digitsOf(equals == std::string::npos ? last : last.substr(equals + 1)));
 }
 
 std::string skidOf(const std::string &fixture)

@@ -35,6 +35,15 @@ inline Bytes fixtureDer(const std::string &source)
     return der;
 }
 
+// "3A0F11" -> "3A 0F 11", as the model spaces hex.
+inline std::string spaced(const std::string &digits)
+{
+    std::string out;
+    for (std::size_t i = 0; i < digits.size(); i += 2)
+        out += (i ? " " : "") + digits.substr(i, 2);
+    return out;
+}
+
 // A model over one certificate, kept with the DER it was given.
 struct Loaded {
     explicit Loaded(const std::string &source) : der(fixtureDer(source))
