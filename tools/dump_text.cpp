@@ -2,7 +2,6 @@
 // path tabs.
 #include "dump_text.hpp"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -62,13 +61,21 @@ void appendEscape(std::string &out, unsigned char byte)
 }
 
 // The library's serializer replaces each ill-formed subpart by one U+FFFD.
+// Its output is then read back by hand rather than parsed, which would cost
+// as much again: the only escapes it holds here are \", \\ and \t, as every
+// other control character has already been made visible.
 std::string validUtf8(std::string text)
 {
-    const bool ascii = std::all_of(text.begin(), text.end(),
-                                   [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-    if (ascii)
-        return text;
-    return Json::parse(jsonText(Json(std::move(text)))).get<std::string>();
+    const std::string quoted = jsonText(Json(std::move(text)));
+    std::string out;
+    out.reserve(quoted.size());
+    for (std::size_t i = 1; i + 1 < quoted.size(); ++i) {
+        char c = quoted[i];
+        if (c == '\\' && (c = quoted[++i]) == 't')
+            c = '\t';
+        out += c;
+    }
+    return out;
 }
 
 } // namespace
@@ -84,16 +91,22 @@ std::string terminalText(std::string_view s)
 {
     std::string out;
     out.reserve(s.size());
+    bool ascii = true;     // nothing for the library to check
+    std::size_t start = 0; // of the bytes not yet copied
     for (std::size_t i = 0; i < s.size(); ++i) {
         const auto byte = static_cast<unsigned char>(s[i]);
-        if (byte != '\t' && isC0OrDel(byte))
-            appendEscape(out, byte);
-        else if (isC1At(s, i))
-            appendEscape(out, static_cast<unsigned char>(s[++i]));
-        else
-            out += s[i];
+        ascii = ascii && byte < 0x80;
+        const bool c0 = byte != '\t' && isC0OrDel(byte);
+        if (!c0 && !isC1At(s, i))
+            continue;
+        out.append(s.substr(start, i - start));
+        if (!c0)
+            ++i;
+        appendEscape(out, static_cast<unsigned char>(s[i]));
+        start = i + 1;
     }
-    return validUtf8(std::move(out));
+    out.append(s.substr(start));
+    return ascii ? out : validUtf8(std::move(out));
 }
 
 // Content lines, split at "\r\n" (and a bare "\n").
@@ -161,7 +174,9 @@ std::string generalText(const ShowCertRoutineDlgModel &model)
 
 Json generalJson(const ShowCertRoutineDlgModel &model)
 {
-    Json general{{"verdict", model.certStatusText()}, {"status", model.status()}};
+    Json general;
+    general["verdict"] = model.certStatusText();
+    general["status"] = model.status();
     for (const GeneralField &field : kGeneralFields)
         general[field.key] = (model.*field.text)();
     return general;
@@ -194,15 +209,18 @@ std::string pathText(const PathView &view)
 
 Json pathJson(const PathView &view)
 {
-    Json rows = Json::array();
-    for (const PathView::Row &row : view.rows)
-        rows.push_back({{"text", row.cell},
-                        {"name", row.name},
-                        {"status", row.status},
-                        {"statusText", getContentByIndex(row.status)}});
-    return {{"selected", view.selected < 0 ? Json(nullptr) : Json(view.selected)},
-            {"status", view.status},
-            {"rows", std::move(rows)}};
+    Json path;
+    path["selected"] = view.selected < 0 ? Json(nullptr) : Json(view.selected);
+    path["status"] = view.status;
+    Json &rows = path["rows"] = Json::array();
+    for (const PathView::Row &row : view.rows) {
+        Json &item = rows.emplace_back();
+        item["text"] = row.cell;
+        item["name"] = row.name;
+        item["status"] = row.status;
+        item["statusText"] = getContentByIndex(row.status);
+    }
+    return path;
 }
 
 } // namespace pkiui::dump

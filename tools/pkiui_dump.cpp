@@ -113,7 +113,8 @@ std::string heading(const CertRef &ref, const std::string &what)
 // {"file": F, "index": K}, to which the caller adds its members.
 Json jsonHead(const CertRef &ref)
 {
-    Json head{{"file", ref.file}};
+    Json head;
+    head["file"] = ref.file;
     if (ref.count > 1)
         head["index"] = ref.index;
     return head;
@@ -123,8 +124,9 @@ Json jsonHead(const CertRef &ref)
 // is not held in memory.
 void printJson(const Json &cert, bool first)
 {
-    const std::string out = (first ? "" : ",\n") + jsonText(cert);
-    std::fputs(out.c_str(), stdout);
+    if (!first)
+        std::fputs(",\n", stdout);
+    std::fputs(jsonText(cert).c_str(), stdout);
 }
 
 void printText(const CertRef &ref, const pkiui::ShowCertDetailDlgModel &model)
@@ -135,10 +137,17 @@ void printText(const CertRef &ref, const pkiui::ShowCertDetailDlgModel &model)
         const pkiui::CertDetailInfoItem *row = model.rowAt(r);
         if (!row)
             continue;
-        out += terminalText(row->name) + "\t" + terminalText(row->value) + "\n";
-        out += "    kind " + kindText(row->type) + "\n";
-        for (std::string_view line : contentLines(row->content))
-            out += "    | " + terminalText(line) + "\n";
+        out += terminalText(row->name);
+        out += '\t';
+        out += terminalText(row->value);
+        out += "\n    kind ";
+        out += kindText(row->type);
+        out += '\n';
+        for (std::string_view line : contentLines(row->content)) {
+            out += "    | ";
+            out += terminalText(line);
+            out += '\n';
+        }
     }
     out += "\n";
     std::fputs(out.c_str(), stdout);
@@ -148,11 +157,13 @@ Json rowsJson(const pkiui::ShowCertDetailDlgModel &model)
 {
     Json rows = Json::array();
     for (int r = 0; r < model.numberOfRows(); ++r) {
-        if (const pkiui::CertDetailInfoItem *row = model.rowAt(r))
-            rows.push_back({{"name", row->name},
-                            {"value", row->value},
-                            {"content", row->content},
-                            {"type", row->type}});
+        if (const pkiui::CertDetailInfoItem *row = model.rowAt(r)) {
+            Json &item = rows.emplace_back();
+            item["name"] = row->name;
+            item["value"] = row->value;
+            item["content"] = row->content;
+            item["type"] = row->type;
+        }
     }
     return rows;
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
@@ -32,6 +33,7 @@ TEST(DumpText, KeepsEveryByteAndReplacesIllFormedUtf8)
     // clang-format off
     const Case cases[] = {
         {"a\r\nb", "a\\x0D\\x0Ab", "a\r\nb"}, {"a\tb", "a\tb", "a\tb"},
+        {"中\"\\t\t", "中\"\\t\t", "中\"\\t\t"},                  // quote, backslash, tab
         {std::string("\x01\x1f\x00", 3), "\\x01\\x1F\\x00", std::string("\x01\x1f\x00", 3)}, // C0
         {"\x7f\xc2\x85", "\\x7F\\x85", "\x7f\xc2\x85"},                 // DEL, C1
         {"\xe0\xc2\x85", R + "\\x85", R + "\xc2\x85"},                  // C1 after a broken lead
@@ -81,7 +83,9 @@ struct Outcome {
 
 Outcome dump(const std::string &args)
 {
-    const std::string errFile = testing::TempDir() + "pkiui-dump-stderr.txt";
+    // One file per test process: several suites may run at once.
+    const std::string errFile =
+        testing::TempDir() + "pkiui-dump-stderr-" + std::to_string(getpid()) + ".txt";
     const std::string command = std::string(PKIUI_DUMP) + " " + args + " 2>" + errFile;
     Outcome run;
     std::unique_ptr<FILE, int (*)(FILE *)> pipe(popen(command.c_str(), "r"), pclose);
@@ -92,8 +96,11 @@ Outcome dump(const std::string &args)
         run.out.append(buf, n);
     const int status = pclose(pipe.release());
     run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    std::ifstream err(errFile);
-    run.err.assign(std::istreambuf_iterator<char>(err), std::istreambuf_iterator<char>());
+    {
+        std::ifstream err(errFile);
+        run.err.assign(std::istreambuf_iterator<char>(err), std::istreambuf_iterator<char>());
+    }
+    std::remove(errFile.c_str());
     return run;
 }
 
