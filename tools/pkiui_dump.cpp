@@ -81,7 +81,7 @@ constexpr const char *kUsage =
     "U+FFFD.\n"
     "\n"
     "Exit status: 0 every file decoded, 1 a file could not be read or held no\n"
-    "certificate, 2 bad usage, 3 toolkit objects left alive (a bug).\n";
+    "certificate, 2 bad usage.\n";
 
 struct Options {
     bool json = false;
@@ -352,11 +352,6 @@ int main(int argc, char **argv)
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
         std::fprintf(stderr, "pkiui-dump: cannot write the output: %s\n", std::strerror(errno));
         return 1;
-    }
-    if (const long live = tavik_debug_live_objects(); live != 0) {
-        std::fprintf(stderr, "pkiui-dump: %ld toolkit objects still alive after decoding (a bug)\n",
-                     live);
-        return 3;
     }
     return ok ? 0 : 1;
 }

@@ -16,6 +16,9 @@
 
 #include "dump_text.hpp"
 #include "fixtures.hpp"
+#include "pkiui/detail_model.hpp"
+#include "pkiui/routine_model.hpp"
+#include "tavik_ptr.hpp"
 
 namespace {
 
@@ -61,6 +64,22 @@ TEST(DumpText, SplitsContentAtLineBreaksAndNamesKinds)
     EXPECT_EQ(pkiui::dump::kindText(17), "17 (version-1 field, attribute)");
     EXPECT_EQ(pkiui::dump::kindText(0), "0 (none)");
     EXPECT_EQ(pkiui::dump::kindText(34), "34 (extension, unknown bits)");
+}
+
+// Every root the system ships through the detail and general views; the
+// live-object check after each test finds anything left behind.
+TEST(DumpViews, SystemRootsLeaveNothingAlive)
+{
+    tavik::CertPath certs;
+    if (TavikPKICertNewAllFromFile("/etc/ssl/certs/ca-certificates.crt", certs.outCerts(),
+                                   certs.outCount()) != 1)
+        GTEST_SKIP() << "no system certificate bundle";
+    for (int i = 0; i < certs.size(); ++i) {
+        pkiui::ShowCertDetailDlgModel detail;
+        EXPECT_TRUE(detail.setCertHandle(certs[i])) << i;
+        pkiui::ShowCertRoutineDlgModel general;
+        general.setCertHandle(certs[i]);
+    }
 }
 
 // ---- Running the tool ----
