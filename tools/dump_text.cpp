@@ -1,4 +1,5 @@
-// Texts of pkiui-dump: JSON strings, terminal-safe lines and row kinds.
+// Texts of pkiui-dump: terminal-safe lines, row kinds, and the general and
+// path tabs.
 #include "dump_text.hpp"
 
 #include <array>
@@ -38,116 +39,50 @@ constexpr bool distinctBits()
 }
 static_assert(distinctBits(), "one name for each kind bit");
 
-// Length of the well-formed UTF-8 sequence at s[i], or 0 when it is not
-// well formed (overlong forms, surrogates and code points past U+10FFFF are
-// refused). *bad receives how many bytes to replace by one U+FFFD: the
-// maximal prefix of a sequence that could still have been valid, at least 1.
-std::size_t utf8Length(std::string_view s, std::size_t i, std::size_t *bad)
+constexpr bool isC0OrDel(unsigned char byte)
 {
-    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(s[k]); };
-    const unsigned char lead = byte(i);
-    *bad = 1;
-    if (lead < 0x80)
-        return 1;
-    std::size_t need;
-    unsigned char lo = 0x80, hi = 0xBF; // allowed range of the second byte
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        need = 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        need = 3;
-        lo = lead == 0xE0 ? 0xA0 : 0x80;
-        hi = lead == 0xED ? 0x9F : 0xBF;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        need = 4;
-        lo = lead == 0xF0 ? 0x90 : 0x80;
-        hi = lead == 0xF4 ? 0x8F : 0xBF;
-    } else {
-        return 0;
-    }
-    for (std::size_t k = 1; k < need; ++k) {
-        const std::size_t at = i + k;
-        const unsigned char min = k == 1 ? lo : 0x80, max = k == 1 ? hi : 0xBF;
-        if (at >= s.size() || byte(at) < min || byte(at) > max) {
-            *bad = k;
-            return 0;
-        }
-    }
-    return need;
+    return byte < 0x20 || byte == 0x7F;
 }
 
-// The code point of a well-formed sequence of length n.
-unsigned codePoint(std::string_view s, std::size_t i, std::size_t n)
+// A C1 control (U+0080..U+009F) is always the pair C2 80..C2 9F: C2 is never
+// a continuation byte, so no ill-formed neighbour can take it apart.
+constexpr bool isC1At(std::string_view s, std::size_t i)
 {
-    static constexpr std::array<unsigned, 5> kLeadMask{0, 0x7F, 0x1F, 0x0F, 0x07};
-    unsigned cp = static_cast<unsigned char>(s[i]) & kLeadMask[n];
-    for (std::size_t k = 1; k < n; ++k)
-        cp = (cp << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3F);
-    return cp;
+    return static_cast<unsigned char>(s[i]) == 0xC2 && i + 1 < s.size() &&
+           static_cast<unsigned char>(s[i + 1]) >= 0x80 &&
+           static_cast<unsigned char>(s[i + 1]) <= 0x9F;
 }
 
-constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
-
-bool isControl(unsigned cp)
+void appendEscape(std::string &out, unsigned char byte)
 {
-    return cp < 0x20 || (cp >= 0x7F && cp <= 0x9F);
-}
-
-void appendHex(std::string &out, const char *prefix, unsigned cp)
-{
-    char buf[16];
-    std::snprintf(buf, sizeof buf, "%s%02X", prefix, cp);
+    char buf[8];
+    std::snprintf(buf, sizeof buf, "\\x%02X", byte);
     out += buf;
 }
 
-// Walks s as UTF-8, handing each code point (with its bytes) or each
-// replacement to emit.
-template <class Emit> void forEachCodePoint(std::string_view s, Emit emit)
+// The library's serializer replaces each ill-formed subpart by one U+FFFD.
+// Its output is then read back by hand rather than parsed, which would cost
+// as much again: the only escapes it holds here are \", \\ and \t, as every
+// other control character has already been made visible.
+std::string validUtf8(std::string text)
 {
-    for (std::size_t i = 0; i < s.size();) {
-        std::size_t bad = 1;
-        const std::size_t n = utf8Length(s, i, &bad);
-        if (n == 0) {
-            emit(0xFFFDu, kReplacement);
-            i += bad;
-        } else {
-            emit(codePoint(s, i, n), s.substr(i, n));
-            i += n;
-        }
+    const std::string quoted = jsonText(Json(std::move(text)));
+    std::string out;
+    out.reserve(quoted.size());
+    for (std::size_t i = 1; i + 1 < quoted.size(); ++i) {
+        char c = quoted[i];
+        if (c == '\\' && (c = quoted[++i]) == 't')
+            c = '\t';
+        out += c;
     }
+    return out;
 }
-
-struct ShortEscape {
-    unsigned cp;
-    const char *text;
-};
-constexpr std::array<ShortEscape, 7> kJsonEscapes{{
-    {'"', "\\\""},
-    {'\\', "\\\\"},
-    {'\b', "\\b"},
-    {'\f', "\\f"},
-    {'\n', "\\n"},
-    {'\r', "\\r"},
-    {'\t', "\\t"},
-}};
 
 } // namespace
 
-std::string jsonString(std::string_view s)
+std::string jsonText(const Json &value)
 {
-    std::string out = "\"";
-    forEachCodePoint(s, [&](unsigned cp, std::string_view bytes) {
-        for (const ShortEscape &e : kJsonEscapes) {
-            if (e.cp == cp) {
-                out += e.text;
-                return;
-            }
-        }
-        if (isControl(cp))
-            appendHex(out, "\\u00", cp);
-        else
-            out += bytes;
-    });
-    return out + "\"";
+    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 // One line of text for a terminal: tabs kept, other control characters
@@ -155,13 +90,23 @@ std::string jsonString(std::string_view s)
 std::string terminalText(std::string_view s)
 {
     std::string out;
-    forEachCodePoint(s, [&](unsigned cp, std::string_view bytes) {
-        if (cp == '\t' || !isControl(cp))
-            out += bytes;
-        else
-            appendHex(out, "\\x", cp);
-    });
-    return out;
+    out.reserve(s.size());
+    bool ascii = true;     // nothing for the library to check
+    std::size_t start = 0; // of the bytes not yet copied
+    for (std::size_t i = 0; i < s.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(s[i]);
+        ascii = ascii && byte < 0x80;
+        const bool c0 = byte != '\t' && isC0OrDel(byte);
+        if (!c0 && !isC1At(s, i))
+            continue;
+        out.append(s.substr(start, i - start));
+        if (!c0)
+            ++i;
+        appendEscape(out, static_cast<unsigned char>(s[i]));
+        start = i + 1;
+    }
+    out.append(s.substr(start));
+    return ascii ? out : validUtf8(std::move(out));
 }
 
 // Content lines, split at "\r\n" (and a bare "\n").
@@ -227,13 +172,14 @@ std::string generalText(const ShowCertRoutineDlgModel &model)
     return out;
 }
 
-std::string generalJson(const ShowCertRoutineDlgModel &model)
+Json generalJson(const ShowCertRoutineDlgModel &model)
 {
-    std::string out = "{\"verdict\": " + jsonString(model.certStatusText()) +
-                      ", \"status\": " + std::to_string(model.status());
+    Json general;
+    general["verdict"] = model.certStatusText();
+    general["status"] = model.status();
     for (const GeneralField &field : kGeneralFields)
-        out += ", \"" + std::string(field.key) + "\": " + jsonString((model.*field.text)());
-    return out + "}";
+        general[field.key] = (model.*field.text)();
+    return general;
 }
 
 PathView pathView(ShowCertPathDlgModel &model)
@@ -261,20 +207,20 @@ std::string pathText(const PathView &view)
     return out + "证书状态(S)\t" + terminalText(view.status) + "\n";
 }
 
-std::string pathJson(const PathView &view)
+Json pathJson(const PathView &view)
 {
-    std::string out = "{\"selected\": " +
-                      (view.selected < 0 ? std::string("null") : std::to_string(view.selected)) +
-                      ", \"status\": " + jsonString(view.status) + ", \"rows\": [";
-    bool first = true;
+    Json path;
+    path["selected"] = view.selected < 0 ? Json(nullptr) : Json(view.selected);
+    path["status"] = view.status;
+    Json &rows = path["rows"] = Json::array();
     for (const PathView::Row &row : view.rows) {
-        out += first ? "\n  " : ",\n  ";
-        first = false;
-        out += "{\"text\": " + jsonString(row.cell) + ", \"name\": " + jsonString(row.name) +
-               ", \"status\": " + std::to_string(row.status) +
-               ", \"statusText\": " + jsonString(getContentByIndex(row.status)) + "}";
+        Json &item = rows.emplace_back();
+        item["text"] = row.cell;
+        item["name"] = row.name;
+        item["status"] = row.status;
+        item["statusText"] = getContentByIndex(row.status);
     }
-    return out + (first ? "]}" : "\n]}");
+    return path;
 }
 
 } // namespace pkiui::dump

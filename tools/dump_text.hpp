@@ -1,6 +1,8 @@
-// Texts of pkiui-dump: JSON strings, terminal-safe lines, row kinds, and the
-// viewer's general and path tabs as text.
+// Texts of pkiui-dump: terminal-safe lines, row kinds, and the viewer's
+// general and path tabs as text and as JSON.
 #pragma once
+
+#include <nlohmann/json.hpp>
 
 #include <cstdint>
 #include <string>
@@ -14,13 +16,15 @@ class ShowCertPathDlgModel;
 
 namespace pkiui::dump {
 
-// A JSON string literal of s: every byte kept, short escapes where JSON has
-// them, other control characters (C0, DEL, C1) as \u00XX, UTF-8 passed
-// through; each ill-formed UTF-8 subpart becomes one U+FFFD.
-std::string jsonString(std::string_view s);
+// Members keep the order they are written in.
+using Json = nlohmann::ordered_json;
 
-// s for a terminal line: tabs kept, other control characters as \xNN,
-// ill-formed UTF-8 as U+FFFD.
+// The JSON text of value; each ill-formed UTF-8 subpart of a string becomes
+// one U+FFFD, every other byte is kept.
+std::string jsonText(const Json &value);
+
+// s for a terminal line: tabs kept, other control characters (C0, DEL, C1)
+// as \xNN, each ill-formed UTF-8 subpart as one U+FFFD.
 std::string terminalText(std::string_view s);
 
 // The lines of a content text, split at "\r\n" or a bare "\n".
@@ -32,7 +36,7 @@ std::string kindText(unsigned type);
 // The general tab: its title, the verdict, then "caption\tvalue" lines.
 std::string generalText(const ShowCertRoutineDlgModel &model);
 // {"verdict", "status", "subject", "issuer", "validity", "type"}
-std::string generalJson(const ShowCertRoutineDlgModel &model);
+Json generalJson(const ShowCertRoutineDlgModel &model);
 
 // The path tab as first drawn: its rows, the row it selects and the text of
 // its status field.
@@ -50,7 +54,7 @@ PathView pathView(ShowCertPathDlgModel &model);
 // The caption, "cell\tstatus text" per row, then the status field.
 std::string pathText(const PathView &view);
 // {"selected", "status", "rows": [{"text", "name", "status", "statusText"},
-// ...]}, one row a line.
-std::string pathJson(const PathView &view);
+// ...]}
+Json pathJson(const PathView &view);
 
 } // namespace pkiui::dump

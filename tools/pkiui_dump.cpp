@@ -1,6 +1,7 @@
 // pkiui-dump: prints the detail rows of every certificate in the files, as the
 // viewer's detail tab lists them, or what its general and path tabs show, for
 // reading in a terminal or as JSON.
+#include <getopt.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -80,7 +81,7 @@ constexpr const char *kUsage =
     "U+FFFD.\n"
     "\n"
     "Exit status: 0 every file decoded, 1 a file could not be read or held no\n"
-    "certificate, 2 bad usage, 3 toolkit objects left alive (a bug).\n";
+    "certificate, 2 bad usage.\n";
 
 struct Options {
     bool json = false;
@@ -109,14 +110,23 @@ std::string heading(const CertRef &ref, const std::string &what)
     return out + " (" + what + ") ===\n";
 }
 
-// {"file": F, "index": K, and the caller's members.
-std::string jsonHead(const CertRef &ref, bool first)
+// {"file": F, "index": K}, to which the caller adds its members.
+Json jsonHead(const CertRef &ref)
 {
-    std::string out = first ? "" : ",\n";
-    out += "{\"file\": " + jsonString(ref.file);
+    Json head;
+    head["file"] = ref.file;
     if (ref.count > 1)
-        out += ", \"index\": " + std::to_string(ref.index);
-    return out;
+        head["index"] = ref.index;
+    return head;
+}
+
+// Certificates are written as they are decoded, one a line, so a large bundle
+// is not held in memory.
+void printJson(const Json &cert, bool first)
+{
+    if (!first)
+        std::fputs(",\n", stdout);
+    std::fputs(jsonText(cert).c_str(), stdout);
 }
 
 void printText(const CertRef &ref, const pkiui::ShowCertDetailDlgModel &model)
@@ -127,53 +137,63 @@ void printText(const CertRef &ref, const pkiui::ShowCertDetailDlgModel &model)
         const pkiui::CertDetailInfoItem *row = model.rowAt(r);
         if (!row)
             continue;
-        out += terminalText(row->name) + "\t" + terminalText(row->value) + "\n";
-        out += "    kind " + kindText(row->type) + "\n";
-        for (std::string_view line : contentLines(row->content))
-            out += "    | " + terminalText(line) + "\n";
+        out += terminalText(row->name);
+        out += '\t';
+        out += terminalText(row->value);
+        out += "\n    kind ";
+        out += kindText(row->type);
+        out += '\n';
+        for (std::string_view line : contentLines(row->content)) {
+            out += "    | ";
+            out += terminalText(line);
+            out += '\n';
+        }
     }
     out += "\n";
     std::fputs(out.c_str(), stdout);
 }
 
-void printJson(const CertRef &ref, const pkiui::ShowCertDetailDlgModel &model, bool first)
+Json rowsJson(const pkiui::ShowCertDetailDlgModel &model)
 {
-    std::string out = jsonHead(ref, first) + ", \"rows\": [";
-    bool firstRow = true;
+    Json rows = Json::array();
     for (int r = 0; r < model.numberOfRows(); ++r) {
-        const pkiui::CertDetailInfoItem *row = model.rowAt(r);
-        if (!row)
-            continue;
-        out += firstRow ? "\n  " : ",\n  ";
-        firstRow = false;
-        out += "{\"name\": " + jsonString(row->name) + ", \"value\": " + jsonString(row->value) +
-               ", \"content\": " + jsonString(row->content) +
-               ", \"type\": " + std::to_string(row->type) + "}";
+        if (const pkiui::CertDetailInfoItem *row = model.rowAt(r)) {
+            Json &item = rows.emplace_back();
+            item["name"] = row->name;
+            item["value"] = row->value;
+            item["content"] = row->content;
+            item["type"] = row->type;
+        }
     }
-    out += firstRow ? "]}" : "\n]}";
-    std::fputs(out.c_str(), stdout);
+    return rows;
 }
 
 // The general and path tabs of one certificate.
 void printTabs(const CertRef &ref, TAVIK_CERT_st *cert, const Options &options, bool first)
 {
-    std::string out = options.json ? jsonHead(ref, first) : "";
+    Json json = jsonHead(ref);
+    std::string text;
     if (options.general) {
         pkiui::ShowCertRoutineDlgModel model;
         model.setCertHandle(cert);
-        out += options.json ? ", \"general\": " + generalJson(model)
-                            : heading(ref, "general") + generalText(model) + "\n";
+        if (options.json)
+            json["general"] = generalJson(model);
+        else
+            text += heading(ref, "general") + generalText(model) + "\n";
     }
     if (options.path) {
         pkiui::ShowCertPathDlgModel model;
         model.setCertHandle(cert);
         const PathView view = pathView(model);
-        out += options.json ? ",\n \"path\": " + pathJson(view)
-                            : heading(ref, "path") + pathText(view) + "\n";
+        if (options.json)
+            json["path"] = pathJson(view);
+        else
+            text += heading(ref, "path") + pathText(view) + "\n";
     }
     if (options.json)
-        out += "}";
-    std::fputs(out.c_str(), stdout);
+        printJson(json, first);
+    else
+        std::fputs(text.c_str(), stdout);
 }
 
 // ---- Files ----
@@ -225,7 +245,9 @@ bool dumpFile(const char *path, const Options &options, bool &firstJson)
         }
         model.switchToIndex(options.filter < 0 ? 0 : options.filter);
         if (options.json) {
-            printJson(ref, model, firstJson);
+            Json json = jsonHead(ref);
+            json["rows"] = rowsJson(model);
+            printJson(json, firstJson);
             firstJson = false;
         } else {
             printText(ref, model);
@@ -236,52 +258,51 @@ bool dumpFile(const char *path, const Options &options, bool &firstJson)
 
 enum class Parse { Run, Help, Bad };
 
-// The value of "--NAME VALUE" or "--NAME=VALUE" at argv[i]; nullptr when arg
-// is another option, "" when the value is missing.
-const char *optionValue(std::string_view name, int &i, int argc, char **argv)
-{
-    const std::string_view arg = argv[i];
-    if (arg == name)
-        return i + 1 < argc ? argv[++i] : "";
-    if (arg.size() > name.size() && arg.substr(0, name.size()) == name && arg[name.size()] == '=')
-        return argv[i] + name.size() + 1;
-    return nullptr;
-}
-
 Parse parseArgs(int argc, char **argv, Options &options)
 {
-    bool optionsDone = false;
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view arg = argv[i];
-        if (optionsDone || arg.empty() || arg[0] != '-') {
-            options.files.push_back(argv[i]);
-        } else if (arg == "--") {
-            optionsDone = true;
-        } else if (arg == "-h" || arg == "--help") {
+    enum : int { kJson = 256, kFilter, kGeneral, kPath, kTrust, kUntrusted };
+    static const option kOptions[] = {
+        {"json", no_argument, nullptr, kJson},
+        {"filter", required_argument, nullptr, kFilter},
+        {"general", no_argument, nullptr, kGeneral},
+        {"path", no_argument, nullptr, kPath},
+        {"trust", required_argument, nullptr, kTrust},
+        {"untrusted", required_argument, nullptr, kUntrusted},
+        {"help", no_argument, nullptr, 'h'},
+        {nullptr, 0, nullptr, 0},
+    };
+    opterr = 0; // the usage is the only message
+    for (int opt; (opt = getopt_long(argc, argv, "h", kOptions, nullptr)) != -1;) {
+        const std::string_view value = optarg ? optarg : "";
+        switch (opt) {
+        case 'h':
             return Parse::Help;
-        } else if (arg == "--json") {
+        case kJson:
             options.json = true;
-        } else if (arg == "--general") {
+            break;
+        case kGeneral:
             options.general = true;
-        } else if (arg == "--path") {
+            break;
+        case kPath:
             options.path = true;
-        } else if (const char *value = optionValue("--filter", i, argc, argv)) {
-            const std::string_view digit = value;
-            if (digit.size() != 1 || digit[0] < '0' || digit[0] > '5')
+            break;
+        case kFilter:
+            if (value.size() != 1 || value[0] < '0' || value[0] > '5')
                 return Parse::Bad;
-            options.filter = digit[0] - '0';
-        } else if (const char *anchors = optionValue("--trust", i, argc, argv)) {
-            if (!*anchors)
+            options.filter = value[0] - '0';
+            break;
+        case kTrust:
+        case kUntrusted:
+            if (value.empty())
                 return Parse::Bad;
-            options.trusted.push_back(anchors);
-        } else if (const char *known = optionValue("--untrusted", i, argc, argv)) {
-            if (!*known)
-                return Parse::Bad;
-            options.untrusted.push_back(known);
-        } else {
+            (opt == kTrust ? options.trusted : options.untrusted).push_back(optarg);
+            break;
+        default:
             return Parse::Bad;
         }
     }
+    for (int i = optind; i < argc; ++i)
+        options.files.push_back(argv[i]);
     // The filter belongs to the detail rows only.
     const bool tabs = options.general || options.path;
     return options.files.empty() || (tabs && options.filter >= 0) ? Parse::Bad : Parse::Run;
@@ -331,11 +352,6 @@ int main(int argc, char **argv)
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
         std::fprintf(stderr, "pkiui-dump: cannot write the output: %s\n", std::strerror(errno));
         return 1;
-    }
-    if (const long live = tavik_debug_live_objects(); live != 0) {
-        std::fprintf(stderr, "pkiui-dump: %ld toolkit objects still alive after decoding (a bug)\n",
-                     live);
-        return 3;
     }
     return ok ? 0 : 1;
 }

@@ -1,11 +1,12 @@
 #include "pkiui/cert_status.hpp"
 
 #include <array>
+#include <optional>
 #include <string_view>
 
-#include "Tavik_PKI_Crypto_UI.h"
-#include "tavik_ptr.hpp"
+#include "pkiui/verify_time.hpp"
 #include "tables.hpp"
+#include "tavik_ptr.hpp"
 
 namespace pkiui {
 namespace {
@@ -54,13 +55,11 @@ int32_t verifyAlongPath(TAVIK_CERT_st *cert)
             if (TavikPKICertVerifyAddCACert(verifier.get(), path[i]) != 1)
                 return kStatusFailed;
     }
-    char *rawTime = nullptr;
-    const int timeResult = getVerifyTime(path.data(), path.size(), cert, &rawTime);
-    const tavik::TextPtr time(rawTime);
+    const std::optional<std::string> time = verifyTime(path.data(), path.size(), cert);
     path.reset();
-    if (timeResult != 1)
+    if (!time)
         return kStatusFailed;
-    if (TavikPKICertVerifySetVerifyTime(verifier.get(), time.get()) != 1)
+    if (TavikPKICertVerifySetVerifyTime(verifier.get(), time->c_str()) != 1)
         return kStatusFailed;
     if (TavikPKICertVerifySetOption(verifier.get(), TAVIK_VERIFY_OPT_DEFAULT) != 1)
         return kStatusFailed;

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "ext_row.hpp"
-#include "tables.hpp"
 #include "pkiui/detail_model.hpp"
+#include "tables.hpp"
 
 namespace pkiui {
 

@@ -90,15 +90,6 @@ static_assert(uniqueBy(kHashAlgorithms, &OidName::oid));
 constexpr std::array<std::string_view, 3> kIdentityCodeNames = {"身份证号码", "军官证号码",
                                                                 "护照号码"};
 
-// Display text of UTF-8 bytes through a toolkit string.
-std::optional<std::string> textOfUtf8(const unsigned char *bytes, std::size_t length)
-{
-    static const char kEmpty = '\0';
-    const tavik::UStringPtr string(
-        tavik_ustring_newutf8(bytes ? reinterpret_cast<const char *>(bytes) : &kEmpty, length));
-    return ShowCertDetailDlgModel::GetNSStringFromUString(string.get());
-}
-
 // One value of the type from the start of the raw extension value.
 tavik::Asn1ValuePtr decodeFirst(tavik_stream *stream, int type)
 {
@@ -114,7 +105,7 @@ std::optional<std::string> stringText(const tavik_asn1_value *value)
     const tavik::BlobPtr octets(value ? tavik_asn1_octetstring_getblob(value) : nullptr);
     if (!octets)
         return std::nullopt;
-    return textOfUtf8(octets->data, octets->length);
+    return ShowCertDetailDlgModel::UTF8String2NSString(octets->data, octets->length);
 }
 
 } // namespace
@@ -284,14 +275,15 @@ int ShowCertDetailDlgModel::identificationitem2NSString(const tavik_cert_identif
     // Codes 1 and 2 carry the number as text; every other one is shown in hex.
     std::optional<std::string> number;
     if (encoding == 1 || encoding == 2) {
-        number = textOfUtf8(bytes->data, bytes->length);
+        number = ShowCertDetailDlgModel::UTF8String2NSString(bytes->data, bytes->length);
     } else {
         char *hex = nullptr;
         std::size_t hexLength = 0;
         if (tavik_hexencode(1, bytes->data, bytes->length, &hex, &hexLength) != 1 || !hex)
             return 0;
         const tavik::TextPtr owned(hex);
-        number = textOfUtf8(reinterpret_cast<const unsigned char *>(hex), hexLength);
+        number = ShowCertDetailDlgModel::UTF8String2NSString(
+            reinterpret_cast<const unsigned char *>(hex), hexLength);
     }
     if (!number)
         return 0;

@@ -2,269 +2,173 @@
 // by OID; extensions without one are shown through the encoding
 // configuration or as a hex dump under a generated name.
 #include <array>
-#include <cstdio>
+#include <cstdint>
 #include <string_view>
+#include <type_traits>
 
-#include "Tavik_PKI_Crypto_UI.h"
 #include "pkiui/detail_model.hpp"
+#include "pkiui/ext_encode_config.hpp"
 #include "tables.hpp"
 
 namespace pkiui {
 
-// One per decoder routine; several OIDs may share one.
-enum class ExtDecoder : unsigned char {
-    AuthorityKeyID,
-    SubjectKeyID,
-    KeyUsage,
-    PrivKeyUsagePeriod,
-    CertPolicies,
-    PolicyMappings,
-    SubjectAltName,
-    IssuerAltName,
-    BasicConstraints,
-    NameConstraints,
-    PolicyConstraints,
-    ExtKeyUsage,
-    CRLDP,
-    InhibitAnyPolicy,
-    AccessDescriptions,
-    CrlNumber,
-    DcrlIndicator,
-    IDP,
-    ReasonCode,
-    InvalidityDate,
-    HoldInstruction,
-    CertificateIssuer,
-    DigestInfos,
-    UTF8ExtnValue,
-    TavikCertThumbManualValue,
-    CertNetscapeCertType,
-    IA5ExtnValue,
-    PrintableStringExtnValue,
-    IdentityCodeExtnValue,
-    NULLExtnValue,
-    IdentificationItemsValue,
+// What a decoder is passed besides the extension: the row name (for decoders
+// that do not name their own rows), the base kind (2, or 8 for the private
+// arc) and the flag that picks which of its two extensions a decoder reads.
+struct ExtensionArgs {
+    const char *name = nullptr;
+    unsigned kind = kExtension;
+    uint32_t flag = 0;
 };
 
-// An OID, its decoder and what the decoder is passed: a row name (null when
-// the decoder names its rows), a kind (2, or 8 for the private arc) and a flag.
-struct ExtensionRecord {
-    std::string_view oid;
-    ExtDecoder decoder;
-    const char *rowName;
-    unsigned kind;
-    int flag;
+// The one place that names the model's extension decoders (it is the model's
+// friend): per OID, the member to call and its arguments.
+struct ExtensionTable {
+    using M = ShowCertDetailDlgModel;
+
+    struct Row {
+        std::string_view oid;
+        void (*decode)(M &, const tavik_cert_ext *, const ExtensionArgs &);
+        ExtensionArgs args;
+        bool needsName;
+    };
+
+    // Calls the member with the arguments its signature takes.
+    template <auto Member>
+    static void call(M &model, const tavik_cert_ext *ext, const ExtensionArgs &args)
+    {
+        using F = decltype(Member);
+        using Ext = const tavik_cert_ext *;
+        if constexpr (std::is_invocable_v<F, M &, Ext>)
+            (model.*Member)(ext);
+        else if constexpr (std::is_invocable_v<F, M &, Ext, uint32_t>)
+            (model.*Member)(ext, args.flag);
+        else if constexpr (std::is_invocable_v<F, M &, Ext, const char *, unsigned>)
+            (model.*Member)(ext, args.name, args.kind);
+        else
+            (model.*Member)(ext, args.name);
+    }
+
+    template <auto Member>
+    static constexpr Row decode(std::string_view oid, ExtensionArgs args = {})
+    {
+        using F = decltype(Member);
+        using Ext = const tavik_cert_ext *;
+        const bool needsName =
+            !std::is_invocable_v<F, M &, Ext> && !std::is_invocable_v<F, M &, Ext, uint32_t>;
+        return Row{oid, &call<Member>, args, needsName};
+    }
+
+    static constexpr unsigned kTavik = kTavikExtension;
+
+    // Matched in this order, exactly. A new decoder is one more row.
+    static constexpr auto rows()
+    {
+        return std::array{
+            decode<&M::GetAuthorityKeyID>("2.5.29.35"),
+            decode<&M::GetSubjectKeyID>("2.5.29.14"),
+            decode<&M::GetKeyUsage>("2.5.29.15"),
+            decode<&M::GetPrivKeyUsagePeriod>("2.5.29.16"),
+            decode<&M::GetCertPolicies>("2.5.29.32"),
+            decode<&M::GetPolicyMappings>("2.5.29.33"),
+            decode<&M::GetSubjectAltName>("2.5.29.17"),
+            decode<&M::GetIssuerAltName>("2.5.29.18"),
+            decode<&M::GetBasicConstraints>("2.5.29.19"),
+            decode<&M::GetNameConstraints>("2.5.29.30"),
+            decode<&M::GetPolicyConstraints>("2.5.29.36"),
+            decode<&M::GetExtKeyUsage>("2.5.29.37"),
+            decode<&M::GetCRLDP>("2.5.29.31"),
+            decode<&M::GetInhibitAnyPolicy>("2.5.29.54"),
+            decode<&M::GetCRLDP>("2.5.29.46", {.flag = 1}),
+            decode<&M::GetAccessDescriptions>("1.3.6.1.5.5.7.1.1"),
+            decode<&M::GetAccessDescriptions>("1.3.6.1.5.5.7.1.11", {.flag = 1}),
+            decode<&M::GetCrlNumber>("2.5.29.20"),
+            decode<&M::GetDcrlIndicator>("2.5.29.27"),
+            decode<&M::GetIDP>("2.5.29.28"),
+            decode<&M::GetReasonCode>("2.5.29.21"),
+            decode<&M::GetInvalidityDate>("2.5.29.24"),
+            decode<&M::GetHoldInstruction>("2.5.29.23"),
+            decode<&M::GetCertificateIssuer>("2.5.29.29"),
+            decode<&M::GetDigestInfos>("1.3.6.1.4.1.18760.1.12.1"),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.2", {"纳税人编码", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.3", {"企业法人代码", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.4", {"税务登记号", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.6", {"证书来源地", kTavik}),
+            decode<&M::GetTavikCertThumb_ManualValue>("1.3.6.1.4.1.18760.1.12.5",
+                                                      {"手工输入缩略图", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.11",
+                                         {"TAVIK实体唯一标识", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("2.16.156.112548", {"深圳地标实体唯一标识"}),
+            decode<&M::GetUTF8ExtnValue>("1.2.86.11.7.3", {"组织机构代码"}),
+            decode<&M::GetUTF8ExtnValue>("1.2.86.21.1.1", {"用户唯一标识"}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.13.1",
+                                         {"广东省地税的纳税人编码", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1002.2",
+                                         {"中交建的证书服务ID", kTavik}),
+            decode<&M::GetCertNetscapeCertType>("2.16.840.1.113730.1.1"),
+            decode<&M::GetIA5ExtnValue>("2.16.840.1.113730.1.2", {"Base URL"}),
+            decode<&M::GetIA5ExtnValue>("2.16.840.1.113730.1.3", {"Revocation URL"}),
+            decode<&M::GetIA5ExtnValue>("2.16.840.1.113730.1.4", {"CA Revocation URL"}),
+            decode<&M::GetIA5ExtnValue>("2.16.840.1.113730.1.7", {"Renewal URL"}),
+            decode<&M::GetIA5ExtnValue>("2.16.840.1.113730.1.8", {"Netscape CA Policy URL"}),
+            decode<&M::GetIA5ExtnValue>("2.16.840.1.113730.1.12", {"SSL Server Name"}),
+            decode<&M::GetIA5ExtnValue>("2.16.840.1.113730.1.13", {"Netscape Certificate Comment"}),
+            decode<&M::GetPrintableStringExtnValue>("1.2.156.10260.4.1.2", {"个人社保保险号"}),
+            decode<&M::GetPrintableStringExtnValue>("1.2.156.10260.4.1.3", {"工商企业注册号"}),
+            decode<&M::GetPrintableStringExtnValue>("1.2.156.10260.4.1.4", {"企业组织机构代码"}),
+            decode<&M::GetPrintableStringExtnValue>("1.2.156.10260.4.1.5", {"企业税号"}),
+            decode<&M::GetIdentityCodeExtnValue>("1.2.156.10260.4.1.1"),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.12.2", {"证书类型", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.12.1", {"证书来源", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.11.12.11.1",
+                                         {"Qelmo通用实体唯一标识", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.11.12.11.2", {"角色", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.11.12.11.3", {"身份标识", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.11.12.11.4",
+                                         {"TAVIK自定义个人身份标识码", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.13.1", {"身份域", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.13.2", {"证件号", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.14", {"证书绑定值", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.15", {"海关编码", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.10.1", {"家庭住址", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.10.2", {"邮政编码", kTavik}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.12.9.1",
+                                         {"移动客户集团编号", kTavik}),
+            decode<&M::GetNULLExtnValue>("1.3.6.1.5.5.7.48.1.5", {"OCSP不撤销检查"}),
+            decode<&M::GetUTF8ExtnValue>("1.3.6.1.4.1.18760.1.14", {"用户证书服务号", kTavik}),
+            decode<&M::GetIdentificationItemsValue>("1.3.6.1.4.1.18760.1.15", {"企业机构身份标识"}),
+            decode<&M::GetIdentificationItemsValue>("1.3.6.1.4.1.18760.1.16", {"个人身份标识"}),
+            decode<&M::GetUTF8ExtnValue>("2.5.29.9", {"主体目录属性"}),
+        };
+    }
 };
 
 namespace {
 
-using D = ExtDecoder;
+using Row = ExtensionTable::Row;
+constexpr auto kRows = ExtensionTable::rows();
 
-constexpr unsigned kStd = kExtension;
-constexpr unsigned kTavik = kTavikExtension;
-
-// Matched in this order, exactly.
-constexpr std::array kExtensions{
-    ExtensionRecord{"2.5.29.35", D::AuthorityKeyID, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.14", D::SubjectKeyID, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.15", D::KeyUsage, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.16", D::PrivKeyUsagePeriod, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.32", D::CertPolicies, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.33", D::PolicyMappings, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.17", D::SubjectAltName, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.18", D::IssuerAltName, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.19", D::BasicConstraints, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.30", D::NameConstraints, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.36", D::PolicyConstraints, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.37", D::ExtKeyUsage, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.31", D::CRLDP, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.54", D::InhibitAnyPolicy, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.46", D::CRLDP, nullptr, kStd, 1},
-    ExtensionRecord{"1.3.6.1.5.5.7.1.1", D::AccessDescriptions, nullptr, kStd, 0},
-    ExtensionRecord{"1.3.6.1.5.5.7.1.11", D::AccessDescriptions, nullptr, kStd, 1},
-    ExtensionRecord{"2.5.29.20", D::CrlNumber, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.27", D::DcrlIndicator, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.28", D::IDP, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.21", D::ReasonCode, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.24", D::InvalidityDate, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.23", D::HoldInstruction, nullptr, kStd, 0},
-    ExtensionRecord{"2.5.29.29", D::CertificateIssuer, nullptr, kStd, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.1", D::DigestInfos, nullptr, kStd, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.2", D::UTF8ExtnValue, "纳税人编码", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.3", D::UTF8ExtnValue, "企业法人代码", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.4", D::UTF8ExtnValue, "税务登记号", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.6", D::UTF8ExtnValue, "证书来源地", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.5", D::TavikCertThumbManualValue, "手工输入缩略图",
-                    kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.11", D::UTF8ExtnValue, "TAVIK实体唯一标识", kTavik, 0},
-    ExtensionRecord{"2.16.156.112548", D::UTF8ExtnValue, "深圳地标实体唯一标识", kStd, 0},
-    ExtensionRecord{"1.2.86.11.7.3", D::UTF8ExtnValue, "组织机构代码", kStd, 0},
-    ExtensionRecord{"1.2.86.21.1.1", D::UTF8ExtnValue, "用户唯一标识", kStd, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.13.1", D::UTF8ExtnValue, "广东省地税的纳税人编码", kTavik,
-                    0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1002.2", D::UTF8ExtnValue, "中交建的证书服务ID", kTavik, 0},
-    ExtensionRecord{"2.16.840.1.113730.1.1", D::CertNetscapeCertType, nullptr, kStd, 0},
-    ExtensionRecord{"2.16.840.1.113730.1.2", D::IA5ExtnValue, "Base URL", kStd, 0},
-    ExtensionRecord{"2.16.840.1.113730.1.3", D::IA5ExtnValue, "Revocation URL", kStd, 0},
-    ExtensionRecord{"2.16.840.1.113730.1.4", D::IA5ExtnValue, "CA Revocation URL", kStd, 0},
-    ExtensionRecord{"2.16.840.1.113730.1.7", D::IA5ExtnValue, "Renewal URL", kStd, 0},
-    ExtensionRecord{"2.16.840.1.113730.1.8", D::IA5ExtnValue, "Netscape CA Policy URL", kStd, 0},
-    ExtensionRecord{"2.16.840.1.113730.1.12", D::IA5ExtnValue, "SSL Server Name", kStd, 0},
-    ExtensionRecord{"2.16.840.1.113730.1.13", D::IA5ExtnValue, "Netscape Certificate Comment", kStd,
-                    0},
-    ExtensionRecord{"1.2.156.10260.4.1.2", D::PrintableStringExtnValue, "个人社保保险号", kStd, 0},
-    ExtensionRecord{"1.2.156.10260.4.1.3", D::PrintableStringExtnValue, "工商企业注册号", kStd, 0},
-    ExtensionRecord{"1.2.156.10260.4.1.4", D::PrintableStringExtnValue, "企业组织机构代码", kStd,
-                    0},
-    ExtensionRecord{"1.2.156.10260.4.1.5", D::PrintableStringExtnValue, "企业税号", kStd, 0},
-    ExtensionRecord{"1.2.156.10260.4.1.1", D::IdentityCodeExtnValue, nullptr, kStd, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.12.2", D::UTF8ExtnValue, "证书类型", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.12.1", D::UTF8ExtnValue, "证书来源", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.11.12.11.1", D::UTF8ExtnValue, "Qelmo通用实体唯一标识",
-                    kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.11.12.11.2", D::UTF8ExtnValue, "角色", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.11.12.11.3", D::UTF8ExtnValue, "身份标识", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.11.12.11.4", D::UTF8ExtnValue, "TAVIK自定义个人身份标识码",
-                    kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.13.1", D::UTF8ExtnValue, "身份域", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.13.2", D::UTF8ExtnValue, "证件号", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.14", D::UTF8ExtnValue, "证书绑定值", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.15", D::UTF8ExtnValue, "海关编码", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.10.1", D::UTF8ExtnValue, "家庭住址", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.10.2", D::UTF8ExtnValue, "邮政编码", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.12.9.1", D::UTF8ExtnValue, "移动客户集团编号", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.5.5.7.48.1.5", D::NULLExtnValue, "OCSP不撤销检查", kStd, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.14", D::UTF8ExtnValue, "用户证书服务号", kTavik, 0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.15", D::IdentificationItemsValue, "企业机构身份标识", kStd,
-                    0},
-    ExtensionRecord{"1.3.6.1.4.1.18760.1.16", D::IdentificationItemsValue, "个人身份标识", kStd, 0},
-    ExtensionRecord{"2.5.29.9", D::UTF8ExtnValue, "主体目录属性", kStd, 0},
-};
-
-static_assert(uniqueBy(kExtensions, &ExtensionRecord::oid), "an OID has one decoder");
-static_assert(kExtensions.size() == 67);
-
-const ExtensionRecord *findExtension(std::string_view oid)
+constexpr bool everyNameGiven()
 {
-    return findBy(kExtensions, &ExtensionRecord::oid, oid);
+    for (const Row &row : kRows)
+        if (row.needsName && !row.args.name)
+            return false;
+    return true;
 }
+
+static_assert(uniqueBy(kRows, &Row::oid), "an OID has one decoder");
+static_assert(everyNameGiven(), "a decoder that takes a row name is given one");
+static_assert(kRows.size() == 67);
 
 } // namespace
 
 std::vector<std::string_view> decodedExtensionOids()
 {
     std::vector<std::string_view> oids;
-    oids.reserve(kExtensions.size());
-    for (const auto &record : kExtensions)
-        oids.push_back(record.oid);
+    oids.reserve(kRows.size());
+    for (const auto &row : kRows)
+        oids.push_back(row.oid);
     return oids;
-}
-
-// The one place that ties a decoder id to its routine. A decoder that is not
-// listed here is not available, and its extensions take the unknown path.
-// Adding one is a line such as:
-//     case ExtDecoder::KeyUsage: GetKeyUsage(ext); return true;
-bool ShowCertDetailDlgModel::runExtDecoder(const ExtensionRecord &record, const tavik_cert_ext *ext)
-{
-    switch (record.decoder) {
-    case ExtDecoder::AuthorityKeyID:
-        GetAuthorityKeyID(ext);
-        return true;
-    case ExtDecoder::SubjectKeyID:
-        GetSubjectKeyID(ext);
-        return true;
-    case ExtDecoder::KeyUsage:
-        GetKeyUsage(ext);
-        return true;
-    case ExtDecoder::PrivKeyUsagePeriod:
-        GetPrivKeyUsagePeriod(ext);
-        return true;
-    case ExtDecoder::CertPolicies:
-        GetCertPolicies(ext);
-        return true;
-    case ExtDecoder::PolicyMappings:
-        GetPolicyMappings(ext);
-        return true;
-    case ExtDecoder::SubjectAltName:
-        GetSubjectAltName(ext);
-        return true;
-    case ExtDecoder::IssuerAltName:
-        GetIssuerAltName(ext);
-        return true;
-    case ExtDecoder::BasicConstraints:
-        GetBasicConstraints(ext);
-        return true;
-    case ExtDecoder::NameConstraints:
-        GetNameConstraints(ext);
-        return true;
-    case ExtDecoder::PolicyConstraints:
-        GetPolicyConstraints(ext);
-        return true;
-    case ExtDecoder::ExtKeyUsage:
-        GetExtKeyUsage(ext);
-        return true;
-    case ExtDecoder::InhibitAnyPolicy:
-        GetInhibitAnyPolicy(ext);
-        return true;
-    // Distribution points, information access, CRL and CRL-entry extensions.
-    case ExtDecoder::CRLDP:
-        GetCRLDP(ext, static_cast<uint32_t>(record.flag));
-        return true;
-    case ExtDecoder::AccessDescriptions:
-        GetAccessDescriptions(ext, static_cast<uint32_t>(record.flag));
-        return true;
-    case ExtDecoder::CrlNumber:
-        GetCrlNumber(ext);
-        return true;
-    case ExtDecoder::DcrlIndicator:
-        GetDcrlIndicator(ext);
-        return true;
-    case ExtDecoder::IDP:
-        GetIDP(ext);
-        return true;
-    case ExtDecoder::ReasonCode:
-        GetReasonCode(ext);
-        return true;
-    case ExtDecoder::InvalidityDate:
-        GetInvalidityDate(ext);
-        return true;
-    case ExtDecoder::HoldInstruction:
-        GetHoldInstruction(ext);
-        return true;
-    case ExtDecoder::CertificateIssuer:
-        GetCertificateIssuer(ext);
-        return true;
-    // Private and national extensions.
-    case ExtDecoder::CertNetscapeCertType:
-        GetCertNetscapeCertType(ext);
-        return true;
-    case ExtDecoder::IA5ExtnValue:
-        GetIA5ExtnValue(ext, record.rowName, record.kind);
-        return true;
-    case ExtDecoder::PrintableStringExtnValue:
-        GetPrintableStringExtnValue(ext, record.rowName);
-        return true;
-    case ExtDecoder::UTF8ExtnValue:
-        GetUTF8ExtnValue(ext, record.rowName, record.kind);
-        return true;
-    case ExtDecoder::NULLExtnValue:
-        GetNULLExtnValue(ext, record.rowName, record.kind);
-        return true;
-    case ExtDecoder::IdentityCodeExtnValue:
-        GetIdentityCodeExtnValue(ext);
-        return true;
-    case ExtDecoder::IdentificationItemsValue:
-        GetIdentificationItemsValue(ext, record.rowName);
-        return true;
-    case ExtDecoder::TavikCertThumbManualValue:
-        GetTavikCertThumb_ManualValue(ext, record.rowName, record.kind);
-        return true;
-    case ExtDecoder::DigestInfos:
-        GetDigestInfos(ext);
-        return true;
-    default:
-        return false;
-    }
 }
 
 void ShowCertDetailDlgModel::GetCertExtensions()
@@ -285,9 +189,10 @@ void ShowCertDetailDlgModel::GetExtension(const tavik_cert_ext *ext)
     const tavik::TextPtr oid(tavik_cert_ext_getextid(ext));
     if (!oid)
         return;
-    const ExtensionRecord *record = findExtension(oid.get());
-    if (record && runExtDecoder(*record, ext))
+    if (const Row *row = findBy(kRows, &Row::oid, std::string_view(oid.get()))) {
+        row->decode(*this, ext, row->args);
         return;
+    }
     addUnknownExtension(ext, oid.get(), tavik_cert_ext_iscrical(ext) == 1);
 }
 
@@ -307,14 +212,12 @@ bool ShowCertDetailDlgModel::DecodeUnkownExtValue(const tavik_cert_ext *ext, std
     const tavik::TextPtr oid(tavik_cert_ext_getextid(ext));
     if (!value || !oid)
         return false;
-    char *name = nullptr;
-    char *method = nullptr;
-    if (GetExtEncodeMethod(oid.get(), &name, &method, &isTavik) != 1)
+    const std::optional<NameValuePair_st> config = findExtEncodeMethod(oid.get());
+    if (!config)
         return false;
-    const tavik::TextPtr ownedName(name);
-    const tavik::TextPtr ownedMethod(method);
-    extName = name;
-    return DecodeUnkownExtValue(*value, method, extValue);
+    isTavik = config->isTavik;
+    extName = config->name;
+    return DecodeUnkownExtValue(*value, config->encodeMethod, extValue);
 }
 
 void ShowCertDetailDlgModel::addUnknownExtension(const tavik_cert_ext *ext, const std::string &oid,

@@ -6,6 +6,7 @@
 
 #include "pkiui/detail_model.hpp"
 #include "tables.hpp"
+#include "whole_tlv.hpp"
 
 namespace pkiui {
 
@@ -61,18 +62,6 @@ NameFormatter findChoice(int type)
 {
     const NameChoice *choice = findBy(kNameChoices, &NameChoice::type, type);
     return choice ? choice->format : nullptr;
-}
-
-// The content octets of one whole TLV of the type; null otherwise.
-tavik::BlobPtr contentOf(const tavik_data_blob &value, int type)
-{
-    tavik_asn1_value *decoded = nullptr;
-    if (tavik_asn1_mem_decode(value.data, value.length, type, &decoded) != 1)
-        return nullptr;
-    const tavik::Asn1ValuePtr owned(decoded);
-    if (tavik_asn1_value_getencodedlength(decoded) != value.length)
-        return nullptr;
-    return tavik::BlobPtr(tavik_asn1_octetstring_getblob(decoded));
 }
 
 std::optional<std::string> userPrincipalName(const tavik_data_blob &value)

@@ -1,15 +1,16 @@
 // Toolkit strings to display text, and raw extension values decoded under a
 // configured method name.
-#include <clocale>
-#include <cstdio>
-#include <cwchar>
 #include <locale.h>
 
 #include <array>
+#include <clocale>
+#include <cstdio>
+#include <cwchar>
 #include <string_view>
 
 #include "pkiui/detail_model.hpp"
 #include "tables.hpp"
+#include "whole_tlv.hpp"
 
 namespace pkiui {
 
@@ -61,25 +62,6 @@ void appendUtf8(std::string &out, char32_t c)
         out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
         out += static_cast<char>(0x80 | (c & 0x3F));
     }
-}
-
-// The value must be exactly one TLV of the type: trailing bytes are refused.
-tavik::Asn1ValuePtr decodeWhole(const tavik_data_blob &value, int type)
-{
-    tavik_asn1_value *decoded = nullptr;
-    if (tavik_asn1_mem_decode(value.data, value.length, type, &decoded) != 1)
-        return nullptr;
-    tavik::Asn1ValuePtr owned(decoded);
-    if (tavik_asn1_value_getencodedlength(decoded) != value.length)
-        return nullptr;
-    return owned;
-}
-
-// Content octets of a decoded string type.
-tavik::BlobPtr contentOf(const tavik_data_blob &value, int type)
-{
-    const tavik::Asn1ValuePtr decoded = decodeWhole(value, type);
-    return tavik::BlobPtr(decoded ? tavik_asn1_octetstring_getblob(decoded.get()) : nullptr);
 }
 
 std::string hexOf(const unsigned char *data, std::size_t length)
@@ -233,6 +215,23 @@ const MethodRecord *findMethod(std::string_view name)
 }
 
 } // namespace
+
+tavik::Asn1ValuePtr decodeWhole(const tavik_data_blob &value, int type)
+{
+    tavik_asn1_value *decoded = nullptr;
+    if (tavik_asn1_mem_decode(value.data, value.length, type, &decoded) != 1)
+        return nullptr;
+    tavik::Asn1ValuePtr owned(decoded);
+    if (tavik_asn1_value_getencodedlength(decoded) != value.length)
+        return nullptr;
+    return owned;
+}
+
+tavik::BlobPtr contentOf(const tavik_data_blob &value, int type)
+{
+    const tavik::Asn1ValuePtr decoded = decodeWhole(value, type);
+    return tavik::BlobPtr(decoded ? tavik_asn1_octetstring_getblob(decoded.get()) : nullptr);
+}
 
 std::optional<std::string> ShowCertDetailDlgModel::UTF8String2NSString(const unsigned char *bytes,
                                                                        std::size_t length)

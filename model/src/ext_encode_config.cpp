@@ -12,7 +12,6 @@
 #include <memory>
 #include <string_view>
 
-#include "Tavik_PKI_Crypto_UI.h"
 #include "tavik_ptr.hpp"
 
 namespace pkiui {
@@ -101,14 +100,6 @@ struct CloseFile {
 using FilePtr = std::unique_ptr<FILE, CloseFile>;
 
 // Returns a copy into toolkit memory, or null.
-char *toolkitCopy(const std::string &text)
-{
-    auto *copy = static_cast<char *>(TavikPKICryptoAllocMemory(text.size() + 1));
-    if (copy)
-        std::memcpy(copy, text.c_str(), text.size() + 1);
-    return copy;
-}
-
 } // namespace
 
 int LoadExtEncodeConfig(const char *path)
@@ -154,6 +145,14 @@ int LoadExtEncodeConfig(const char *path)
     return 1;
 }
 
+std::optional<NameValuePair_st> findExtEncodeMethod(const char *oid)
+{
+    const auto found = table().find(oid);
+    if (found == table().end())
+        return std::nullopt;
+    return found->second;
+}
+
 void ClearExtEncodeConfigForTest()
 {
     table().clear();
@@ -167,10 +166,7 @@ std::size_t ExtEncodeConfigSizeForTest()
 
 std::optional<NameValuePair_st> ExtEncodeConfigLastSectionForTest()
 {
-    const auto found = table().find(g_lastKey);
-    if (found == table().end())
-        return std::nullopt;
-    return found->second;
+    return findExtEncodeMethod(g_lastKey);
 }
 
 const char *ExtEncodeConfigKeyForTest()
@@ -187,22 +183,3 @@ namespace {
 } // namespace
 
 } // namespace pkiui
-
-extern "C" int GetExtEncodeMethod(const char *oid, char **displayName, char **method,
-                                  int32_t *isTavik)
-{
-    if (!displayName || !method || !isTavik)
-        return 0;
-    const auto &entries = pkiui::table();
-    const auto found = entries.find(oid);
-    if (found == entries.end())
-        return 0;
-    tavik::TextPtr name(pkiui::toolkitCopy(found->second.name));
-    tavik::TextPtr encodeMethod(pkiui::toolkitCopy(found->second.encodeMethod));
-    if (!name || !encodeMethod)
-        return 0;
-    *displayName = name.release();
-    *method = encodeMethod.release();
-    *isTavik = found->second.isTavik;
-    return 1;
-}

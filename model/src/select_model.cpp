@@ -1,8 +1,9 @@
 #include "pkiui/select_model.hpp"
-#include "tables.hpp"
 
 #include <array>
 #include <cstring>
+
+#include "tables.hpp"
 
 namespace pkiui {
 

@@ -1,8 +1,6 @@
 // Rows of the distribution-point, access, CRL, private and national
 // extensions on the fixture certificates, one table per extension family.
 #include <algorithm>
-#include <map>
-#include <memory>
 
 #include "model_support.hpp"
 
@@ -10,35 +8,6 @@ namespace pkiui::test {
 namespace {
 
 constexpr const char *kNone = "(信息不可用或为空)";
-
-struct ExpectedRow {
-    const char *fixture;
-    const char *name;
-    std::string value;
-    std::string content;
-    unsigned type;
-};
-
-// Loads each fixture once and compares "value|content|kind" of each row.
-void expectRows(const std::vector<ExpectedRow> &rows)
-{
-    std::map<std::string, std::unique_ptr<Loaded>> loaded;
-    for (const ExpectedRow &row : rows) {
-        auto &entry = loaded[row.fixture];
-        if (!entry)
-            entry = std::make_unique<Loaded>(row.fixture);
-        ASSERT_TRUE(entry->ok) << row.fixture;
-        EXPECT_EQ(rowText(entry->model, row.name),
-                  row.value + "|" + row.content + "|" + std::to_string(row.type))
-            << row.fixture << " " << row.name;
-    }
-}
-
-// A row whose value and content are one text.
-ExpectedRow same(const char *fixture, const char *name, const std::string &text, unsigned type)
-{
-    return {fixture, name, text, text, type};
-}
 
 TEST(DetailPrivateRows, SingleValueExtensions)
 {

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -33,6 +35,15 @@ inline Bytes fixtureDer(const std::string &source)
     return der;
 }
 
+// "3A0F11" -> "3A 0F 11", as the model spaces hex.
+inline std::string spaced(const std::string &digits)
+{
+    std::string out;
+    for (std::size_t i = 0; i < digits.size(); i += 2)
+        out += (i ? " " : "") + digits.substr(i, 2);
+    return out;
+}
+
 // A model over one certificate, kept with the DER it was given.
 struct Loaded {
     explicit Loaded(const std::string &source) : der(fixtureDer(source))
@@ -53,6 +64,37 @@ inline std::string rowText(const ShowCertDetailDlgModel &model, const std::strin
 {
     const CertDetailInfoItem *row = model.item(name);
     return row ? row->value + "|" + row->content + "|" + std::to_string(row->type) : "none";
+}
+
+// A row a fixture must show, written by hand from the display rules.
+struct ExpectedRow {
+    const char *fixture;
+    const char *name;
+    std::string value;
+    std::string content;
+    unsigned type;
+};
+
+// A row whose value and content are one text.
+inline ExpectedRow same(const char *fixture, const char *name, const std::string &text,
+                        unsigned type)
+{
+    return {fixture, name, text, text, type};
+}
+
+// Loads each fixture once and compares "value|content|kind" of each row.
+inline void expectRows(const std::vector<ExpectedRow> &rows)
+{
+    std::map<std::string, std::unique_ptr<Loaded>> loaded;
+    for (const ExpectedRow &row : rows) {
+        auto &entry = loaded[row.fixture];
+        if (!entry)
+            entry = std::make_unique<Loaded>(row.fixture);
+        ASSERT_TRUE(entry->ok) << row.fixture;
+        EXPECT_EQ(rowText(entry->model, row.name),
+                  row.value + "|" + row.content + "|" + std::to_string(row.type))
+            << row.fixture << " " << row.name;
+    }
 }
 
 } // namespace pkiui::test

@@ -43,13 +43,11 @@ class ViewerModels : public ::testing::Test {
     PinnedClock clock;
 };
 
-TEST(CertStatus, TextOfEveryCode)
+// The general tab shows the other codes' texts below.
+TEST(CertStatus, CodesOutsideTheTableShareOneText)
 {
-    const std::pair<int32_t, const std::string &> cases[] = {
-        {2, kOk},     {4, kIncomplete}, {5, kOutOfValidity},
-        {7, kFailed}, {0, kUnknown},    {3, kUnknown}};
-    for (const auto &[code, text] : cases)
-        EXPECT_EQ(getContentByIndex(code), text) << code;
+    for (const int32_t code : {0, 3, 6})
+        EXPECT_EQ(getContentByIndex(code), kUnknown) << code;
 }
 
 TEST_F(ViewerModels, GeneralTabVerdictAndType)

@@ -14,9 +14,6 @@
 
 namespace pkiui {
 
-// An entry of the extension dispatch table (detail_extensions.cpp).
-struct ExtensionRecord;
-
 // The OIDs that have a decoder of their own, in the order they are matched.
 std::vector<std::string_view> decodedExtensionOids();
 
@@ -139,6 +136,9 @@ class ShowCertDetailDlgModel {
     static std::optional<std::string> GetUserNotice(const tavik_cert_polqualifierinfo *qualifier);
 
   private:
+    // The extension dispatch table (detail_extensions.cpp) calls the readers.
+    friend struct ExtensionTable;
+
     void getCertInfomation();
     void changeDisplayKeys();
 
@@ -163,8 +163,6 @@ class ShowCertDetailDlgModel {
     void GetExtension(const tavik_cert_ext *ext);
     void AddErrorExt(const tavik_cert_ext *ext, const std::string &name, unsigned type);
     void addUnknownExtension(const tavik_cert_ext *ext, const std::string &oid, bool critical);
-    // Runs the entry's decoder; false while that decoder is not available.
-    bool runExtDecoder(const ExtensionRecord &record, const tavik_cert_ext *ext);
     // The configured name, decoded text and TAVIK flag of an unknown extension.
     static bool DecodeUnkownExtValue(const tavik_cert_ext *ext, std::string &extName,
                                      std::string &extValue, int32_t &isTavik);

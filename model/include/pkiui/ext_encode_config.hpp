@@ -1,6 +1,6 @@
 // The extension encoding configuration: how a deployment names and decodes
 // extensions the detail list does not know. Read once at load from a fixed
-// path; GetExtEncodeMethod (Tavik_PKI_Crypto_UI.h) answers look-ups.
+// path; findExtEncodeMethod answers look-ups.
 #pragma once
 
 #include <cstddef>
@@ -24,6 +24,10 @@ struct NameValuePair_st {
 // Reads the file at path into the process table: 1 when the whole file was
 // read, 0 otherwise. Sections added before a failure stay in the table.
 int LoadExtEncodeConfig(const char *path);
+
+// The section stored under oid. The table is keyed by the address of the
+// text, not by the text itself, so a caller's own OID text never matches.
+std::optional<NameValuePair_st> findExtEncodeMethod(const char *oid);
 
 // ---- For tests only ----
 
