@@ -278,7 +278,7 @@ bool isString(const tavik_asn1_value *value) noexcept
     return false;
 }
 
-using ObjectPtr = tavik::detail::OsslPtr<ASN1_OBJECT, ASN1_OBJECT_free>;
+using tavik::detail::ObjectPtr;
 
 } // namespace
 

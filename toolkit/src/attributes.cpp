@@ -19,15 +19,9 @@
 
 namespace {
 
-using tavik::detail::OsslFree;
-using BioPtr = std::unique_ptr<BIO, OsslFree<BIO, BIO_free_all>>;
-using BitStringPtr =
-    std::unique_ptr<ASN1_BIT_STRING, OsslFree<ASN1_BIT_STRING, ASN1_BIT_STRING_free>>;
-
-struct OsslBytesFree {
-    void operator()(unsigned char *p) const noexcept { OPENSSL_free(p); }
-};
-using OsslBytesPtr = std::unique_ptr<unsigned char, OsslBytesFree>;
+using tavik::detail::BioPtr;
+using tavik::detail::BitStringPtr;
+using tavik::detail::OsslBytesPtr;
 
 // SubjectPublicKeyInfo.algorithm.algorithm (RFC 5280, 3279, 4055, 5480).
 struct KeyAlgorithm {

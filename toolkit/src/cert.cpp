@@ -22,14 +22,9 @@
 
 namespace {
 
-using tavik::detail::OsslFree;
+using tavik::detail::BioPtr;
+using tavik::detail::FilePtr;
 using tavik::detail::X509Ptr;
-using BioPtr = std::unique_ptr<BIO, OsslFree<BIO, BIO_free_all>>;
-
-struct FileClose {
-    void operator()(std::FILE *f) const noexcept { std::fclose(f); }
-};
-using FilePtr = std::unique_ptr<std::FILE, FileClose>;
 
 // Larger files are not certificates; the bound also stops reads of endless
 // device files.

@@ -19,13 +19,12 @@ struct tavik_cert_ext_st {
 namespace tavik::detail {
 
 // Owner of a value of the ASN.1 item, released with the item's template.
-template <const ASN1_ITEM *(*Item)()> struct ItemFree {
-    template <class T> void operator()(T *p) const noexcept
-    {
-        ASN1_item_free(reinterpret_cast<ASN1_VALUE *>(p), Item());
-    }
-};
-template <class T, const ASN1_ITEM *(*Item)()> using ItemPtr = std::unique_ptr<T, ItemFree<Item>>;
+template <const ASN1_ITEM *(*Item)()> void itemFree(void *p) noexcept
+{
+    ASN1_item_free(static_cast<ASN1_VALUE *>(p), Item());
+}
+template <class T, const ASN1_ITEM *(*Item)()>
+using ItemPtr = std::unique_ptr<T, tavik::Free<itemFree<Item>>>;
 
 // The bytes of one DER value; null data when there is none.
 struct DerBytes {

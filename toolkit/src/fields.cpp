@@ -28,12 +28,9 @@ using tavik::detail::freeObject;
 using tavik::detail::newObject;
 using tavik::detail::OsslPtr;
 namespace der = tavik::detail::der;
-using BnPtr = OsslPtr<BIGNUM, BN_free>;
+using tavik::detail::BnPtr;
 
-struct Asn1ValueFree {
-    void operator()(tavik_asn1_value *value) const noexcept { tavik_asn1_value_free(value); }
-};
-using Asn1ValuePtr = std::unique_ptr<tavik_asn1_value, Asn1ValueFree>;
+using tavik::Asn1ValuePtr;
 
 constexpr std::string_view kOidDsa = "1.2.840.10040.4.1";
 
@@ -60,10 +57,7 @@ tavik_data_blob *blobOf(const ASN1_STRING *string) noexcept
 }
 
 // A magnitude copied into tavik_malloc memory.
-struct TavikFree {
-    void operator()(unsigned char *p) const noexcept { tavik_free(p); }
-};
-using TavikBytes = std::unique_ptr<unsigned char, TavikFree>;
+using TavikBytes = tavik::BytesPtr;
 
 TavikBytes copyOut(der::Bytes bytes) noexcept
 {

@@ -1,13 +1,20 @@
 // Shared by the toolkit's own sources; never installed.
 #pragma once
 
+#include <openssl/bio.h>
+#include <openssl/bn.h>
+#include <openssl/crypto.h>
 #include <openssl/x509.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <ctime>
 #include <memory>
+#include <new>
+#include <utility>
 
 #include "tavik_pki.h"
+#include "tavik_ptr.hpp"
 
 struct TAVIK_CERT_st {
     X509 *x509; // one reference, released with the handle
@@ -31,10 +38,70 @@ TAVIK_CERT_st *newCertHandle(X509 *x509) noexcept;
 char *dupText(const char *text, std::size_t length) noexcept;
 char *dupText(const char *text) noexcept;
 
-template <class T, void (*F)(T *)>
-struct OsslFree {
-    void operator()(T *p) const noexcept { F(p); }
-};
-using X509Ptr = std::unique_ptr<X509, OsslFree<X509, X509_free>>;
+// Every toolkit object is made and released through this pair, which keeps
+// the live-object count.
+template <class T, class... Args> T *newObject(Args &&...args) noexcept
+{
+    T *object = nullptr;
+    try {
+        object = new (std::nothrow) T{std::forward<Args>(args)...};
+    } catch (...) {
+        return nullptr;
+    }
+    if (object)
+        liveAdd();
+    return object;
+}
+
+template <class T> void freeObject(T *object) noexcept
+{
+    if (!object)
+        return;
+    delete object;
+    liveRemove();
+}
+
+// The one guard at the C boundary: an extern "C" body that runs out of
+// memory (or throws anything else) returns the entry's failure value.
+template <class R, class Body> R guard(R onFailure, Body &&body) noexcept
+{
+    try {
+        return body();
+    } catch (...) {
+        return onFailure;
+    }
+}
+
+// OpenSSL objects are owned like toolkit objects: tavik::Free over their
+// free function. OPENSSL_free is a macro, hence the function.
+inline void opensslFree(void *p) noexcept
+{
+    OPENSSL_free(p);
+}
+template <class T, void (*F)(T *)> using OsslPtr = std::unique_ptr<T, tavik::Free<F>>;
+inline void x509StackFree(STACK_OF(X509) * sk) noexcept
+{
+    sk_X509_pop_free(sk, X509_free);
+}
+// A stack that only lends its certificates.
+inline void x509ListFree(STACK_OF(X509) * sk) noexcept
+{
+    sk_X509_free(sk);
+}
+using X509Ptr = OsslPtr<X509, X509_free>;
+using X509StackPtr = std::unique_ptr<STACK_OF(X509), tavik::Free<x509StackFree>>;
+using X509ListPtr = std::unique_ptr<STACK_OF(X509), tavik::Free<x509ListFree>>;
+using X509StorePtr = OsslPtr<X509_STORE, X509_STORE_free>;
+using StoreCtxPtr = OsslPtr<X509_STORE_CTX, X509_STORE_CTX_free>;
+using BioPtr = OsslPtr<BIO, BIO_free_all>;
+using BnPtr = OsslPtr<BIGNUM, BN_free>;
+using ObjectPtr = OsslPtr<ASN1_OBJECT, ASN1_OBJECT_free>;
+using IntegerPtr = OsslPtr<ASN1_INTEGER, ASN1_INTEGER_free>;
+using StringPtr = OsslPtr<ASN1_STRING, ASN1_STRING_free>;
+using BitStringPtr = OsslPtr<ASN1_BIT_STRING, ASN1_BIT_STRING_free>;
+using OctetPtr = OsslPtr<ASN1_OCTET_STRING, ASN1_OCTET_STRING_free>;
+using FilePtr = std::unique_ptr<std::FILE, tavik::Free<std::fclose>>;
+using OsslBytesPtr = std::unique_ptr<unsigned char, tavik::Free<opensslFree>>;
+using OsslTextPtr = std::unique_ptr<char, tavik::Free<opensslFree>>;
 
 } // namespace tavik::detail

@@ -29,7 +29,7 @@ using tavik::detail::freeObject;
 using tavik::detail::newObject;
 using tavik::detail::OsslPtr;
 namespace der = tavik::detail::der;
-using BnPtr = OsslPtr<BIGNUM, BN_free>;
+using tavik::detail::BnPtr;
 using GroupPtr = OsslPtr<EC_GROUP, EC_GROUP_free>;
 using PointPtr = OsslPtr<EC_POINT, EC_POINT_free>;
 

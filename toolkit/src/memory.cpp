@@ -26,8 +26,14 @@ constexpr std::uint64_t kMagic = 0x54415649'4b4d454dULL;
 
 namespace tavik::detail {
 
-void liveAdd() noexcept { g_live.fetch_add(1, std::memory_order_relaxed); }
-void liveRemove() noexcept { g_live.fetch_sub(1, std::memory_order_relaxed); }
+void liveAdd() noexcept
+{
+    g_live.fetch_add(1, std::memory_order_relaxed);
+}
+void liveRemove() noexcept
+{
+    g_live.fetch_sub(1, std::memory_order_relaxed);
+}
 
 std::time_t now() noexcept
 {
@@ -81,26 +87,29 @@ void tavik_free(void *p)
     tavik::detail::liveRemove();
 }
 
-void *TavikPKICryptoAllocMemory(size_t size) { return tavik_malloc(size, __FILE__, __LINE__); }
+void *TavikPKICryptoAllocMemory(size_t size)
+{
+    return tavik_malloc(size, __FILE__, __LINE__);
+}
 
-void TavikPKICryptoFreeMemory(void *p) { tavik_free(p); }
+void TavikPKICryptoFreeMemory(void *p)
+{
+    tavik_free(p);
+}
 
 tavik_data_blob *tavik_data_blob_new(const void *data, size_t length)
 {
     if (!data && length)
         return nullptr;
-    auto *blob = new (std::nothrow) tavik_data_blob{};
-    if (!blob)
+    tavik::BytesPtr bytes(
+        static_cast<unsigned char *>(tavik_malloc(length ? length : 1, __FILE__, __LINE__)));
+    if (!bytes)
         return nullptr;
-    blob->data = static_cast<unsigned char *>(tavik_malloc(length ? length : 1, __FILE__, __LINE__));
-    if (!blob->data) {
-        delete blob;
-        return nullptr;
-    }
     if (length)
-        std::memcpy(blob->data, data, length);
-    blob->length = length;
-    tavik::detail::liveAdd();
+        std::memcpy(bytes.get(), data, length);
+    auto *blob = tavik::detail::newObject<tavik_data_blob>(bytes.get(), length);
+    if (blob)
+        bytes.release();
     return blob;
 }
 
@@ -109,11 +118,13 @@ void tavik_data_blob_free(tavik_data_blob *blob)
     if (!blob)
         return;
     tavik_free(blob->data);
-    delete blob;
-    tavik::detail::liveRemove();
+    tavik::detail::freeObject(blob);
 }
 
-long tavik_debug_live_objects(void) { return g_live.load(std::memory_order_relaxed); }
+long tavik_debug_live_objects(void)
+{
+    return g_live.load(std::memory_order_relaxed);
+}
 
 void tavik_debug_set_now(int64_t epoch_seconds)
 {

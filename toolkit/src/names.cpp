@@ -23,12 +23,11 @@
 namespace {
 
 using tavik::detail::GeneralNamePtr;
+using tavik::detail::IntegerPtr;
 using tavik::detail::NameEntryPtr;
 using tavik::detail::NamePtr;
-using tavik::detail::OsslPtr;
-using IntegerPtr = OsslPtr<ASN1_INTEGER, ASN1_INTEGER_free>;
-using ObjectPtr = OsslPtr<ASN1_OBJECT, ASN1_OBJECT_free>;
-using StringPtr = OsslPtr<ASN1_STRING, ASN1_STRING_free>;
+using tavik::detail::ObjectPtr;
+using tavik::detail::StringPtr;
 
 } // namespace
 

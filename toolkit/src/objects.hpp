@@ -21,32 +21,6 @@
 
 namespace tavik::detail {
 
-template <class T, class... Args>
-T *newObject(Args &&...args) noexcept
-{
-    T *object = nullptr;
-    try {
-        object = new (std::nothrow) T{std::forward<Args>(args)...};
-    } catch (...) {
-        return nullptr;
-    }
-    if (object)
-        liveAdd();
-    return object;
-}
-
-template <class T>
-void freeObject(T *object) noexcept
-{
-    if (!object)
-        return;
-    delete object;
-    liveRemove();
-}
-
-template <class T, void (*F)(T *)>
-using OsslPtr = std::unique_ptr<T, OsslFree<T, F>>;
-
 using AlgorPtr = OsslPtr<X509_ALGOR, X509_ALGOR_free>;
 using NamePtr = OsslPtr<X509_NAME, X509_NAME_free>;
 using NameEntryPtr = OsslPtr<X509_NAME_ENTRY, X509_NAME_ENTRY_free>;
@@ -54,7 +28,6 @@ using GeneralNamePtr = OsslPtr<GENERAL_NAME, GENERAL_NAME_free>;
 using GeneralNamesPtr = OsslPtr<GENERAL_NAMES, GENERAL_NAMES_free>;
 
 // ---- Strings (ustring.cpp) ----
-
 
 // A new string from code points; null on failure.
 tavik_ustring *newUString(std::u32string text) noexcept;

@@ -62,10 +62,7 @@ tavik_time *newTime(const tavik_time_st &value) noexcept
 {
     if (!isValid(value))
         return nullptr;
-    auto *t = new (std::nothrow) tavik_time_st(value);
-    if (t)
-        liveAdd();
-    return t;
+    return newObject<tavik_time_st>(value);
 }
 
 std::optional<tavik_time_st> readTime(const ASN1_TIME *time) noexcept
@@ -105,10 +102,7 @@ tavik_time *tavik_time_dup(const tavik_time *t)
 
 void tavik_time_free(tavik_time *t)
 {
-    if (!t)
-        return;
-    delete t;
-    tavik::detail::liveRemove();
+    tavik::detail::freeObject(t);
 }
 
 int tavik_time_getyear(const tavik_time *t)
