@@ -254,12 +254,10 @@ std::optional<std::int64_t> integerValue(Bytes c) noexcept
 
 tavik_asn1_value *newValue(int type, Bytes content, std::size_t encodedLength) noexcept
 {
-    try {
+    return tavik::detail::guard<tavik_asn1_value *>(nullptr, [&]() -> tavik_asn1_value * {
         return newObject<tavik_asn1_value_st>(
             type, std::vector<unsigned char>(content.begin(), content.end()), encodedLength);
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 } // namespace tavik::detail::asn1
@@ -277,8 +275,6 @@ bool isString(const tavik_asn1_value *value) noexcept
             return info.isString;
     return false;
 }
-
-using tavik::detail::ObjectPtr;
 
 } // namespace
 
@@ -351,22 +347,10 @@ char *tavik_asn1_oid_getstring(const tavik_asn1_value *value)
         value->content.size() > INT_MAX)
         return nullptr;
     // OpenSSL prints arcs of any size; the content was checked when decoded.
-    try {
-        const ObjectPtr object(
-            ASN1_OBJECT_create(NID_undef, const_cast<unsigned char *>(value->content.data()),
-                               static_cast<int>(value->content.size()), nullptr, nullptr));
-        if (!object)
-            return nullptr;
-        const int needed = OBJ_obj2txt(nullptr, 0, object.get(), 1);
-        if (needed <= 0 || needed == INT_MAX)
-            return nullptr;
-        std::vector<char> text(static_cast<std::size_t>(needed) + 1);
-        if (OBJ_obj2txt(text.data(), needed + 1, object.get(), 1) != needed)
-            return nullptr;
-        return tavik::detail::dupText(text.data(), static_cast<std::size_t>(needed));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    const tavik::detail::ObjectPtr object(
+        ASN1_OBJECT_create(NID_undef, const_cast<unsigned char *>(value->content.data()),
+                           static_cast<int>(value->content.size()), nullptr, nullptr));
+    return tavik::detail::dottedOid(object.get());
 }
 
 } // extern "C"

@@ -221,11 +221,9 @@ TAVIK_CERT_st *newCertHandle(X509 *x509) noexcept
         return nullptr;
     // Verification of SM2 signatures needs the default identifier attached.
     ensureSm2Id(owned.get());
-    auto *handle = new (std::nothrow) TAVIK_CERT_st{owned.get()};
-    if (!handle)
-        return nullptr;
-    owned.release();
-    liveAdd();
+    auto *handle = newObject<TAVIK_CERT_st>(owned.get());
+    if (handle)
+        owned.release();
     return handle;
 }
 
@@ -285,8 +283,7 @@ void TavikPKICertFreeCert(TAVIK_CERT_st *cert)
     if (!cert)
         return;
     const X509Ptr release(cert->x509);
-    delete cert;
-    tavik::detail::liveRemove();
+    tavik::detail::freeObject(cert);
 }
 
 void TavikPKICertFreeCertPath(TAVIK_CERT_st **path, int count)

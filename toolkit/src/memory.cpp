@@ -1,4 +1,5 @@
 #include <openssl/crypto.h>
+#include <openssl/objects.h>
 
 #include <atomic>
 #include <cstddef>
@@ -55,6 +56,25 @@ char *dupText(const char *text, std::size_t length) noexcept
 char *dupText(const char *text) noexcept
 {
     return text ? dupText(text, std::strlen(text)) : nullptr;
+}
+
+char *dottedOid(const ASN1_OBJECT *oid) noexcept
+{
+    if (!oid || OBJ_length(oid) == 0)
+        return nullptr;
+    // The first call measures: OIDs have no length limit.
+    char probe[80];
+    const int n = OBJ_obj2txt(probe, sizeof probe, oid, 1);
+    if (n <= 0)
+        return nullptr;
+    if (static_cast<std::size_t>(n) < sizeof probe)
+        return dupText(probe, static_cast<std::size_t>(n));
+    return guard<char *>(nullptr, [&]() -> char * {
+        std::vector<char> buffer(static_cast<std::size_t>(n) + 1);
+        if (OBJ_obj2txt(buffer.data(), n + 1, oid, 1) != n)
+            return nullptr;
+        return dupText(buffer.data(), static_cast<std::size_t>(n));
+    });
 }
 
 } // namespace tavik::detail

@@ -224,12 +224,10 @@ tavik_ustring *newUString(const ASN1_STRING *string) noexcept
     const unsigned char *data = ASN1_STRING_get0_data(string);
     if (!form || length < 0 || (!data && length > 0))
         return nullptr;
-    try {
+    return tavik::detail::guard<tavik_ustring *>(nullptr, [&]() -> tavik_ustring * {
         Text text = form->decode(data, static_cast<std::size_t>(length));
         return text ? newObject<tavik_ustring_st>(std::move(*text)) : nullptr;
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 } // namespace tavik::detail
@@ -240,12 +238,10 @@ tavik_ustring *tavik_ustring_newutf8(const char *bytes, size_t length)
 {
     if (!bytes || length > static_cast<size_t>(INT_MAX))
         return nullptr;
-    try {
+    return tavik::detail::guard<tavik_ustring *>(nullptr, [&]() -> tavik_ustring * {
         Text text = fromUtf8(reinterpret_cast<const unsigned char *>(bytes), length);
         return text ? tavik::detail::newObject<tavik_ustring_st>(std::move(*text)) : nullptr;
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 void tavik_ustring_free(tavik_ustring *string)
@@ -263,7 +259,7 @@ int tavik_ustring_tombs(const tavik_ustring *string, const char *encoding, char 
 {
     if (!string || !encoding || !out || !outlength || std::strcmp(encoding, "UTF-8") != 0)
         return 0;
-    try {
+    return tavik::detail::guard<int>(0, [&]() -> int {
         const std::string bytes = toUtf8(string->text);
         char *text = tavik::detail::dupText(bytes.data(), bytes.size());
         if (!text)
@@ -271,9 +267,7 @@ int tavik_ustring_tombs(const tavik_ustring *string, const char *encoding, char 
         *out = text;
         *outlength = bytes.size();
         return 1;
-    } catch (const std::bad_alloc &) {
-        return 0;
-    }
+    });
 }
 
 wchar_t *tavik_ustring_towcs(const tavik_ustring *string)

@@ -179,18 +179,12 @@ extern "C" {
 
 TAVIK_VERIFY_st *TavikPKICertNewVerify(void)
 {
-    auto *ctx = new (std::nothrow) TAVIK_VERIFY_st{};
-    if (ctx)
-        tavik::detail::liveAdd();
-    return ctx;
+    return tavik::detail::newObject<TAVIK_VERIFY_st>();
 }
 
 void TavikPKICertFreeVerify(TAVIK_VERIFY_st *ctx)
 {
-    if (!ctx)
-        return;
-    delete ctx;
-    tavik::detail::liveRemove();
+    tavik::detail::freeObject(ctx);
 }
 
 int TavikPKICertVerifyAddRootCert(TAVIK_VERIFY_st *ctx, TAVIK_CERT_st *cert)
