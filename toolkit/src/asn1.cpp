@@ -12,6 +12,7 @@
 
 #include "asn1.hpp"
 #include "objects.hpp"
+#include "tavik_unicode.hpp"
 
 namespace tavik::detail::asn1 {
 namespace {
@@ -63,43 +64,6 @@ bool isPrintable(unsigned char c) noexcept
     return std::memchr(" '()+,-./:=?", c, 12) != nullptr;
 }
 
-// RFC 3629: shortest forms only, no surrogates, nothing above U+10FFFF.
-bool validUtf8(Bytes s) noexcept
-{
-    std::size_t i = 0;
-    while (i < s.size()) {
-        const unsigned char c = s[i];
-        if (c < 0x80) {
-            ++i;
-            continue;
-        }
-        std::size_t extra = 0;
-        char32_t cp = 0;
-        char32_t min = 0;
-        if ((c & 0xE0) == 0xC0) {
-            extra = 1, cp = c & 0x1F, min = 0x80;
-        } else if ((c & 0xF0) == 0xE0) {
-            extra = 2, cp = c & 0x0F, min = 0x800;
-        } else if ((c & 0xF8) == 0xF0) {
-            extra = 3, cp = c & 0x07, min = 0x10000;
-        } else {
-            return false;
-        }
-        if (s.size() - i - 1 < extra)
-            return false;
-        for (std::size_t k = 1; k <= extra; ++k) {
-            const unsigned char cc = s[i + k];
-            if ((cc & 0xC0) != 0x80)
-                return false;
-            cp = (cp << 6) | (cc & 0x3F);
-        }
-        if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF))
-            return false;
-        i += extra + 1;
-    }
-    return true;
-}
-
 // Subidentifiers in base 128, each minimal, the last one complete.
 bool validOid(Bytes s) noexcept
 {
@@ -148,7 +112,7 @@ bool contentValid(int type, Bytes c) noexcept
     case Rule::Oid:
         return validOid(c);
     case Rule::Utf8:
-        return validUtf8(c);
+        return tavik::unicode::validUtf8(c.data(), c.size());
     case Rule::Printable:
         return allOf(c, isPrintable);
     case Rule::Ia5:

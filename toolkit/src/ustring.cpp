@@ -14,6 +14,7 @@
 
 #include "internal.hpp"
 #include "objects.hpp"
+#include "tavik_unicode.hpp"
 
 struct tavik_ustring_st {
     std::u32string text;
@@ -23,82 +24,27 @@ namespace {
 
 using Text = std::optional<std::u32string>;
 
-// A C text cannot carry NUL, so a string never holds it either.
 constexpr bool isCharacter(char32_t c)
 {
-    return c != 0 && c <= 0x10FFFF && !(c >= 0xD800 && c <= 0xDFFF);
+    return c != 0 && tavik::unicode::isScalar(c);
 }
 
-// Strict UTF-8 (RFC 3629): no overlong forms, surrogates, code points past
-// U+10FFFF or cut-off sequences.
+// A C text cannot carry NUL, so a string never holds it either.
+Text withoutNul(Text text)
+{
+    if (text && text->find(U'\0') != std::u32string::npos)
+        return std::nullopt;
+    return text;
+}
+
 Text fromUtf8(const unsigned char *bytes, std::size_t length)
 {
-    // Smallest code point each sequence length may encode.
-    constexpr std::array<char32_t, 5> kMinimum{0, 0, 0x80, 0x800, 0x10000};
-    std::u32string text;
-    text.reserve(length);
-    for (std::size_t i = 0; i < length;) {
-        const unsigned char lead = bytes[i];
-        std::size_t size = 0;
-        char32_t c = 0;
-        if (lead < 0x80) {
-            size = 1;
-            c = lead;
-        } else if ((lead & 0xE0) == 0xC0) {
-            size = 2;
-            c = lead & 0x1F;
-        } else if ((lead & 0xF0) == 0xE0) {
-            size = 3;
-            c = lead & 0x0F;
-        } else if ((lead & 0xF8) == 0xF0) {
-            size = 4;
-            c = lead & 0x07;
-        } else {
-            return std::nullopt;
-        }
-        if (size > length - i)
-            return std::nullopt;
-        for (std::size_t k = 1; k < size; ++k) {
-            const unsigned char next = bytes[i + k];
-            if ((next & 0xC0) != 0x80)
-                return std::nullopt;
-            c = (c << 6) | (next & 0x3F);
-        }
-        if (size > 1 && c < kMinimum[size])
-            return std::nullopt;
-        if (!isCharacter(c))
-            return std::nullopt;
-        text.push_back(c);
-        i += size;
-    }
-    return text;
+    return withoutNul(tavik::unicode::fromUtf8(bytes, length));
 }
 
-// BMPString as encoded in certificates: UTF-16BE, supplementary characters as
-// surrogate pairs.
 Text fromUtf16Be(const unsigned char *bytes, std::size_t length)
 {
-    if (length % 2)
-        return std::nullopt;
-    std::u32string text;
-    text.reserve(length / 2);
-    for (std::size_t i = 0; i < length; i += 2) {
-        const char32_t unit = static_cast<char32_t>(bytes[i] << 8 | bytes[i + 1]);
-        if (unit >= 0xD800 && unit <= 0xDBFF) {
-            if (length - i < 4)
-                return std::nullopt;
-            const char32_t low = static_cast<char32_t>(bytes[i + 2] << 8 | bytes[i + 3]);
-            if (low < 0xDC00 || low > 0xDFFF)
-                return std::nullopt;
-            text.push_back(0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
-            i += 2;
-            continue;
-        }
-        if (!isCharacter(unit))
-            return std::nullopt;
-        text.push_back(unit);
-    }
-    return text;
+    return withoutNul(tavik::unicode::fromUtf16Be(bytes, length));
 }
 
 // UniversalString: UTF-32BE.
@@ -179,30 +125,6 @@ const StringForm *formOf(int type)
     return nullptr;
 }
 
-std::string toUtf8(const std::u32string &text)
-{
-    std::string out;
-    out.reserve(text.size());
-    for (const char32_t c : text) {
-        if (c < 0x80) {
-            out.push_back(static_cast<char>(c));
-        } else if (c < 0x800) {
-            out.push_back(static_cast<char>(0xC0 | c >> 6));
-            out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-        } else if (c < 0x10000) {
-            out.push_back(static_cast<char>(0xE0 | c >> 12));
-            out.push_back(static_cast<char>(0x80 | (c >> 6 & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-        } else {
-            out.push_back(static_cast<char>(0xF0 | c >> 18));
-            out.push_back(static_cast<char>(0x80 | (c >> 12 & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (c >> 6 & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-        }
-    }
-    return out;
-}
-
 } // namespace
 
 namespace tavik::detail {
@@ -260,7 +182,7 @@ int tavik_ustring_tombs(const tavik_ustring *string, const char *encoding, char 
     if (!string || !encoding || !out || !outlength || std::strcmp(encoding, "UTF-8") != 0)
         return 0;
     return tavik::detail::guard<int>(0, [&]() -> int {
-        const std::string bytes = toUtf8(string->text);
+        const std::string bytes = tavik::unicode::toUtf8(string->text);
         char *text = tavik::detail::dupText(bytes.data(), bytes.size());
         if (!text)
             return 0;
