@@ -28,6 +28,8 @@ locale_t utf8CtypeLocale()
 }
 
 // Switches the calling thread's locale and puts the previous one back.
+// Hand-written on purpose: setlocale would change the whole process under
+// the host's other threads, and std::locale has no wcstombs.
 class ThreadLocaleSwitch {
   public:
     explicit ThreadLocaleSwitch(locale_t locale) : m_previous(locale ? uselocale(locale) : nullptr)

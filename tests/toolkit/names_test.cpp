@@ -283,6 +283,7 @@ TEST(GeneralName, Ipv6IsCompressedAfterRfc5952)
         {"2001:db8:0:1:1:1:1:1", "2001:db8:0:1:1:1:1:1"},
         {"fe80:0:0:0:204:61ff:fe9d:f156", "fe80::204:61ff:fe9d:f156"},
         {"1:2:3:4:5:6:7:0", "1:2:3:4:5:6:7:0"},
+        {"0:0:0:0:0:ffff:c000:280", "::ffff:192.0.2.128"}, // IPv4-mapped
     };
     Bytes all;
     for (const auto &[input, expected] : rows) {

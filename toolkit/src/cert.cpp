@@ -85,6 +85,9 @@ X509Ptr decodePemBlock(std::string_view block)
 // The certificate blocks of PEM text in order. Other blocks (keys, parameters,
 // empty or damaged ones) and text between blocks are skipped unread; a damaged
 // certificate block fails the whole input.
+// Written by hand on purpose: PEM_X509_INFO_read_bio and PEM_read_bio_X509
+// stop at the first block they cannot decode, so a bundle with a damaged key
+// beside good certificates would load nothing.
 int decodePem(const unsigned char *data, std::size_t length, bool all, std::vector<X509Ptr> &out)
 {
     if (length > static_cast<std::size_t>(INT_MAX))

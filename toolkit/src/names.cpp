@@ -1,6 +1,7 @@
 // Names: distinguished names, their RDNs and attributes, general names and
 // name-constraint subtrees. Every object holds its own copy of the OpenSSL
 // structure it was made from.
+#include <arpa/inet.h>
 #include <openssl/asn1.h>
 #include <openssl/objects.h>
 #include <openssl/x509.h>
@@ -9,7 +10,6 @@
 #include <array>
 #include <climits>
 #include <cstddef>
-#include <cstdio>
 #include <new>
 #include <optional>
 #include <string>
@@ -92,46 +92,19 @@ tavik_cert_rdn *newRdnOf(const std::vector<const X509_NAME_ENTRY *> &entries) no
     });
 }
 
-// IPv6 text after RFC 5952: lower-case groups without leading zeros, the
-// longest run of two or more zero groups (the first of equal runs) as "::".
+// inet_ntop writes RFC 5952 text for IPv6 (lower case, no leading zeros,
+// the first longest run of zero groups as "::") and IPv4-mapped addresses
+// with their dotted tail.
 std::string ipv6Text(const unsigned char *bytes)
 {
-    std::array<unsigned, 8> groups{};
-    for (std::size_t i = 0; i < groups.size(); ++i)
-        groups[i] = static_cast<unsigned>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
-    std::size_t runStart = groups.size();
-    std::size_t runLength = 1;
-    for (std::size_t i = 0; i < groups.size();) {
-        std::size_t end = i;
-        while (end < groups.size() && groups[end] == 0)
-            ++end;
-        if (end - i > runLength) {
-            runStart = i;
-            runLength = end - i;
-        }
-        i = end > i ? end : i + 1;
-    }
-    std::string text;
-    for (std::size_t i = 0; i < groups.size(); ++i) {
-        if (i == runStart) {
-            text += "::";
-            i += runLength - 1;
-            continue;
-        }
-        if (!text.empty() && text.back() != ':')
-            text += ':';
-        char group[8];
-        std::snprintf(group, sizeof group, "%x", groups[i]);
-        text += group;
-    }
-    return text;
+    char text[INET6_ADDRSTRLEN];
+    return inet_ntop(AF_INET6, bytes, text, sizeof text) ? text : "";
 }
 
 std::string ipv4Text(const unsigned char *bytes)
 {
-    char text[16];
-    std::snprintf(text, sizeof text, "%u.%u.%u.%u", bytes[0], bytes[1], bytes[2], bytes[3]);
-    return text;
+    char text[INET_ADDRSTRLEN];
+    return inet_ntop(AF_INET, bytes, text, sizeof text) ? text : "";
 }
 
 // iPAddress OCTET STRING: 4 or 16 bytes of address; in a name-constraint
