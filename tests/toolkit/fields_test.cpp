@@ -95,6 +95,24 @@ TEST(AlgorithmId, OidsAndParametersOfSignatureAndKey)
         2048);
 }
 
+// Some old certificates name one algorithm inside the signed body and
+// another outside it; the signature algorithm is the body's field.
+TEST(AlgorithmId, SignatureAlgorithmIsTheSignedBodysField)
+{
+    const CertPtr made = madeCert([](X509 *) { return true; });
+    const BlobPtr der(tavik_cert_encode(made.get()));
+    ASSERT_TRUE(der);
+    Bytes bytes(der->data, der->data + der->length);
+    const Bytes sha256 = fromHex("06082A8648CE3D040302"); // ecdsa-with-SHA256
+    const auto body = std::search(bytes.begin(), bytes.end(), sha256.begin(), sha256.end());
+    ASSERT_NE(body, bytes.end());
+    body[sha256.size() - 1] = 0x03; // ecdsa-with-SHA384, in the body only
+    TAVIK_CERT_st *raw = nullptr;
+    ASSERT_EQ(TavikPKICertNewFromData(bytes.data(), bytes.size(), &raw), 1);
+    const CertPtr cert(raw);
+    EXPECT_EQ(oidOf(tavik_cert_getsignalgorithm(cert.get())), "1.2.840.10045.4.3.3");
+}
+
 // rsa-leaf's key, as issued and under id-RSAES-OAEP (which OpenSSL does not
 // write): modulus and exponent as the openssl command reads them.
 TEST(Keys, RsaModulusAndExponentUnderEitherIdentifier)

@@ -117,9 +117,11 @@ TEST(Dn, AttributeValuesConvertToCodePointsOrGiveNoString)
         {"Teletex as Latin-1", tlv(0x14, {0xE9, 0xFF}), U"\u00E9\u00FF"},
         {"Universal", tlv(0x1C, {0x00, 0x10, 0xFF, 0xFF}), U"\U0010FFFF"},
         {"Printable", tlv(0x13, str("CN")), U"CN"},
-        {"Printable, high byte", tlv(0x13, {0x41, 0xE9}), std::nullopt},
+        // Bytes outside the declared set: shown as UTF-8 if they are, else Latin-1.
+        {"Printable, high byte", tlv(0x13, {0x41, 0xE9}), U"A\u00E9"},
+        {"Printable, UTF-8 bytes", tlv(0x13, {0xE6, 0xB5, 0x8B}), U"\u6D4B"},
         {"IA5", tlv(0x16, str("a@b.example")), U"a@b.example"},
-        {"IA5, high byte", tlv(0x16, {0xE9}), std::nullopt},
+        {"IA5, high byte", tlv(0x16, {0xE9}), U"\u00E9"},
         {"UTF8 with NUL", tlv(0x0C, {0x41, 0x00, 0x42}), std::nullopt},
         {"empty UTF8", tlv(0x0C, {}), U""},
         {"BIT STRING", tlv(0x03, {0x03, 0xA8}), std::nullopt},
@@ -305,7 +307,7 @@ Bytes ediParty(std::optional<Bytes> assigner, const Bytes &party)
 
 // Forms no fixture carries. EDIPartyName strings are DirectoryStrings
 // decoded without OpenSSL's name canonicalisation, so surrogate pairs and
-// malformed text reach the toolkit; an address outside a name constraint has
+// malformed text reach the toolkit; NUL is never shown; an address outside a name constraint has
 // no mask, and 5 bytes are no address.
 TEST(GeneralName, HandMadeFormsConvertOrAreRefused)
 {
@@ -319,7 +321,11 @@ TEST(GeneralName, HandMadeFormsConvertOrAreRefused)
         {ediParty(tlv(0x1C, {0, 0, 0x6D, 0x4B}), tlv(0x1C, {0, 0x11, 0, 0})),
          "5 edi=\xE6\xB5\x8B/-"},
         {ediParty(std::nullopt, tlv(0x1C, {0x00, 0x00, 0xDF, 0xFF})), "5 edi=-/-"},
-        {ediParty(std::nullopt, tlv(0x0C, {0xC1, 0x81})), "5 edi=-/-"},
+        {ediParty(std::nullopt, tlv(0x0C, {0xC1, 0x81})), "5 edi=-/\xC3\x81\xC2\x81"},
+        // An internationalised name written raw: its UTF-8 shows; else Latin-1.
+        {tlv(0x82, str("\xE6\xB5\x8B.example")), "2 dns=\xE6\xB5\x8B.example"},
+        {tlv(0x81, {0x61, 0xE9, 0x40, 0x62}), "1 rfc822=a\xC3\xA9@b"},
+        {tlv(0x86, {0x61, 0x00}), "6"},
         {tlv(0x87, {10, 0, 0, 0, 255, 0, 0, 0}), "7"},
         {tlv(0x87, {10, 0, 0, 0, 1}), "7"},
     };

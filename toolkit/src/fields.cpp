@@ -175,15 +175,12 @@ int tavik_cert_getserialnumber_ex(TAVIK_CERT_st *cert, tavik_asn1_value **serial
     });
 }
 
-//   signatureAlgorithm AlgorithmIdentifier (the outer one, after tbsCertificate)
+//   signature AlgorithmIdentifier, the field of tbsCertificate, which old
+// certificates may set apart from the outer signatureAlgorithm.
 tavik_cert_algorithmid *tavik_cert_getsignalgorithm(TAVIK_CERT_st *cert)
 {
     X509 *x509 = x509Of(cert);
-    if (!x509)
-        return nullptr;
-    const X509_ALGOR *alg = nullptr;
-    X509_get0_signature(nullptr, &alg, x509);
-    return tavik::detail::newAlgorithmId(alg);
+    return x509 ? tavik::detail::newAlgorithmId(X509_get0_tbs_sigalg(x509)) : nullptr;
 }
 
 //   SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, ... }

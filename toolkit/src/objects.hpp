@@ -32,8 +32,9 @@ using GeneralNamesPtr = OsslPtr<GENERAL_NAMES, GENERAL_NAMES_free>;
 // A new string from code points; null on failure.
 tavik_ustring *newUString(std::u32string text) noexcept;
 // The text of any ASN.1 string type (UTF8, BMP, Universal, Printable, IA5,
-// Visible, Numeric, Teletex read as Latin-1); null for other types or
-// malformed content.
+// Visible, Numeric, Teletex read as Latin-1). Bytes that break a byte-wise
+// type's character set are shown as UTF-8, else Latin-1; null for other
+// types, NUL, and malformed BMP or Universal content.
 tavik_ustring *newUString(const ASN1_STRING *string) noexcept;
 
 // ---- Names (names.cpp) ----

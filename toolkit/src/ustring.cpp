@@ -91,20 +91,32 @@ Text fromLatin1(const unsigned char *bytes, std::size_t length)
     return text;
 }
 
+// How a byte-oriented string whose bytes break its declared character set is
+// shown (UTF-8 written raw into an IA5String dNSName, Latin-1 in a
+// PrintableString): as UTF-8 when the bytes are valid UTF-8, else byte for
+// byte as Latin-1. Only the characters are forgiven: OpenSSL has already
+// held tags, lengths and trailing bytes to the structure.
+Text asWritten(const unsigned char *bytes, std::size_t length)
+{
+    Text text = fromUtf8(bytes, length);
+    return text ? text : fromLatin1(bytes, length);
+}
+
 struct StringForm {
     int type;
     Text (*decode)(const unsigned char *, std::size_t);
+    bool bytewise; // one character a byte or UTF-8, where asWritten applies
 };
 
 constexpr std::array<StringForm, 8> kStringForms{{
-    {V_ASN1_UTF8STRING, fromUtf8},
-    {V_ASN1_BMPSTRING, fromUtf16Be},
-    {V_ASN1_UNIVERSALSTRING, fromUtf32Be},
-    {V_ASN1_PRINTABLESTRING, fromAscii},
-    {V_ASN1_IA5STRING, fromAscii},
-    {V_ASN1_VISIBLESTRING, fromAscii},
-    {V_ASN1_NUMERICSTRING, fromAscii},
-    {V_ASN1_T61STRING, fromLatin1},
+    {V_ASN1_UTF8STRING, fromUtf8, true},
+    {V_ASN1_BMPSTRING, fromUtf16Be, false},
+    {V_ASN1_UNIVERSALSTRING, fromUtf32Be, false},
+    {V_ASN1_PRINTABLESTRING, fromAscii, true},
+    {V_ASN1_IA5STRING, fromAscii, true},
+    {V_ASN1_VISIBLESTRING, fromAscii, true},
+    {V_ASN1_NUMERICSTRING, fromAscii, true},
+    {V_ASN1_T61STRING, fromLatin1, false},
 }};
 
 constexpr bool typesUnique()
@@ -147,7 +159,10 @@ tavik_ustring *newUString(const ASN1_STRING *string) noexcept
     if (!form || length < 0 || (!data && length > 0))
         return nullptr;
     return tavik::detail::guard<tavik_ustring *>(nullptr, [&]() -> tavik_ustring * {
-        Text text = form->decode(data, static_cast<std::size_t>(length));
+        const auto size = static_cast<std::size_t>(length);
+        Text text = form->decode(data, size);
+        if (!text && form->bytewise)
+            text = asWritten(data, size);
         return text ? newObject<tavik_ustring_st>(std::move(*text)) : nullptr;
     });
 }
