@@ -43,11 +43,15 @@ Asn1ValuePtr decode(const Bytes &der, int type)
     return Asn1ValuePtr(value);
 }
 
-// DER made by the openssl command from an ASN1_generate_nconf string.
+// DER that OpenSSL makes from an ASN1_generate_nconf string.
 Bytes opensslDer(const std::string &genstr)
 {
-    const std::string out = openssl("asn1parse -genstr '" + genstr + "' -noout -out /dev/stdout");
-    return Bytes(out.begin(), out.end());
+    const std::unique_ptr<ASN1_TYPE, Free<ASN1_TYPE_free>> value(
+        ASN1_generate_nconf(genstr.c_str(), nullptr));
+    unsigned char *out = nullptr;
+    const int length = value ? i2d_ASN1_TYPE(value.get(), &out) : -1;
+    const std::unique_ptr<unsigned char, Free<opensslFree>> owned(out);
+    return length > 0 ? Bytes(out, out + length) : Bytes{};
 }
 
 // One row per rule: a type code's own DER, and each way of breaking it.
@@ -128,7 +132,7 @@ TEST(Asn1Decode, ReadersGiveTheContentOfTheirOwnTypesOnly)
     EXPECT_EQ(tavik_asn1_mem_decode(der("05 00").data(), 2, TAVIK_ASN1_NULL, nullptr), 0);
 }
 
-TEST(Asn1Decode, OidsAndIntegersReadAsTheOpensslCommandWroteThem)
+TEST(Asn1Decode, OidsAndIntegersReadAsOpensslWroteThem)
 {
     for (const char *oid : {"0.0", "1.2.840.113549.1.1.11", "2.999.1",
                             "2.25.329800735698586629295641978511506172918"}) {
@@ -310,13 +314,14 @@ std::optional<std::string> readMade(const char *oid, const Bytes &value)
     return readExt(ext.get(), oid);
 }
 
-// The digest the openssl command makes of the text, as hex digits.
+// The digest OpenSSL makes of the text, as hex digits.
 std::string digestOf(const std::string &algorithm, const std::string &text)
 {
-    const std::string path = ::testing::TempDir() + "asn1-digest-input";
-    std::ofstream(path, std::ios::binary) << text;
-    const std::string out = openssl("dgst -" + algorithm + " -r " + path);
-    return digitsOf(out.substr(0, out.find(' ')));
+    unsigned char out[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    EVP_Digest(text.data(), text.size(), out, &length, EVP_get_digestbyname(algorithm.c_str()),
+               nullptr);
+    return hex(out, length);
 }
 
 TEST(PrivateExtensions, TheFixtureItemsAndDigestsReadAsEncoded)
