@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "tavik_debug.h"
 #include "tavik_ptr.hpp"
 
 namespace pkiui::test {

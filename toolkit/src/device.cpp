@@ -14,8 +14,10 @@ bool knownPinType(int pinType)
     return pinType == 0 || pinType == 1;
 }
 
+} // namespace
+
 // Hands the device to a new handle, which counts as one live object.
-int wrap(std::unique_ptr<Device> device, TAVIK_PKI_DEVICE_HANDLE_st **out)
+int tavik::detail::adoptDevice(std::unique_ptr<Device> device, TAVIK_PKI_DEVICE_HANDLE_st **out)
 {
     auto *handle = tavik::detail::newObject<TAVIK_PKI_DEVICE_HANDLE_st>(std::move(device));
     if (!handle)
@@ -23,8 +25,6 @@ int wrap(std::unique_ptr<Device> device, TAVIK_PKI_DEVICE_HANDLE_st **out)
     *out = handle;
     return 1;
 }
-
-} // namespace
 
 extern "C" {
 
@@ -35,7 +35,7 @@ int TavikPKIDeviceOpen(const char *module, const char *label, TAVIK_PKI_DEVICE_H
     return tavik::detail::guard<int>(TAVIK_ERR_DEVICE, [&] {
         std::unique_ptr<Device> opened;
         const int rc = tavik::detail::openPkcs11Device(module, label, &opened);
-        return rc == 1 ? wrap(std::move(opened), device) : rc;
+        return rc == 1 ? tavik::detail::adoptDevice(std::move(opened), device) : rc;
     });
 }
 
@@ -59,23 +59,6 @@ int TavikPKICryptoVerifyPwd(TAVIK_PKI_DEVICE_HANDLE_st *device, int pinType, con
         return TAVIK_ERR_ARGUMENT;
     return tavik::detail::guard<int>(TAVIK_ERR_DEVICE,
                                      [&] { return device->device->verify(pinType, pin, retry); });
-}
-
-int TavikPKIDeviceOpenScripted(int retryStatus, int retryCount,
-                               const TavikPKIScriptedAnswer *answers, int count,
-                               TAVIK_PKI_DEVICE_HANDLE_st **device)
-{
-    if (!device || count < 0 || (count > 0 && !answers))
-        return TAVIK_ERR_ARGUMENT;
-    return tavik::detail::guard<int>(TAVIK_ERR_MEMORY, [&] {
-        return wrap(tavik::detail::makeScriptedDevice(retryStatus, retryCount, answers, count),
-                    device);
-    });
-}
-
-int TavikPKIDeviceScriptedVerifyCalls(const TAVIK_PKI_DEVICE_HANDLE_st *device)
-{
-    return device ? device->device->verifyCalls() : -1;
 }
 
 } // extern "C"

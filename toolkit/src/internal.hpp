@@ -31,8 +31,9 @@ namespace tavik::detail {
 void liveAdd() noexcept;
 void liveRemove() noexcept;
 
-// The toolkit's notion of now (pinned by tavik_debug_set_now in tests).
+// The toolkit's notion of now, which the tests' variant can pin (0 unpins).
 std::time_t now() noexcept;
+void pinNow(std::int64_t epochSeconds) noexcept;
 
 // A new handle owning one reference to x509 (the reference is consumed, also
 // on failure). Null on failure.

@@ -36,6 +36,11 @@ void liveRemove() noexcept
     g_live.fetch_sub(1, std::memory_order_relaxed);
 }
 
+void pinNow(std::int64_t epochSeconds) noexcept
+{
+    g_pinnedNow.store(epochSeconds, std::memory_order_relaxed);
+}
+
 std::time_t now() noexcept
 {
     const std::int64_t pinned = g_pinnedNow.load(std::memory_order_relaxed);
@@ -146,9 +151,5 @@ long tavik_debug_live_objects(void)
     return g_live.load(std::memory_order_relaxed);
 }
 
-void tavik_debug_set_now(int64_t epoch_seconds)
-{
-    g_pinnedNow.store(epoch_seconds, std::memory_order_relaxed);
-}
 
 } // extern "C"
