@@ -151,5 +151,4 @@ long tavik_debug_live_objects(void)
     return g_live.load(std::memory_order_relaxed);
 }
 
-
 } // extern "C"

@@ -69,10 +69,9 @@ int TavikPKIDeviceOpenScripted(int retryStatus, int retryCount,
     if (!device || count < 0 || (count > 0 && !answers))
         return TAVIK_ERR_ARGUMENT;
     return tavik::detail::guard<int>(TAVIK_ERR_MEMORY, [&] {
-        return tavik::detail::adoptDevice(
-            std::make_unique<tavik::detail::ScriptedDevice>(retryStatus, retryCount, answers,
-                                                            count),
-            device);
+        return tavik::detail::adoptDevice(std::make_unique<tavik::detail::ScriptedDevice>(
+                                              retryStatus, retryCount, answers, count),
+                                          device);
     });
 }
 
