@@ -34,10 +34,7 @@ class DetailExercise {
     const char *what() const { return m_failed ? m_failed : ""; }
 
   private:
-    template <class T, void (*F)(T *)> struct OsslFree {
-        void operator()(T *p) const { F(p); }
-    };
-    template <class T, void (*F)(T *)> using Ossl = std::unique_ptr<T, OsslFree<T, F>>;
+    template <class T, void (*F)(T *)> using Ossl = std::unique_ptr<T, tavik::Free<F>>;
 
     const char *m_failed = nullptr;
     std::size_t m_sink = 0;

@@ -193,21 +193,28 @@ std::string joinLines(const std::vector<std::string> &lines)
 
 // ---- Shared formatting ----
 
-std::optional<std::string> ShowCertDetailDlgModel::GetHexNumber(const unsigned char *data,
-                                                                std::size_t length)
+std::optional<std::string> hexText(const unsigned char *data, std::size_t length,
+                                   std::string_view separator)
 {
     char *raw = nullptr;
     std::size_t rawLength = 0;
     if (tavik_hexencode(0, data, length, &raw, &rawLength) != 1 || !raw)
         return std::nullopt;
     const tavik::TextPtr owned(raw);
-    std::string text(raw, rawLength);
-    // Blanks from the right, every two digits; an odd length would leave the
-    // lone digit as the last group.
-    const long size = static_cast<long>(text.size());
-    for (long at = size - (2 - size % 2); at > 0; at -= 2)
-        text.insert(static_cast<std::size_t>(at), 1, ' ');
+    std::string text;
+    text.reserve(rawLength + length * separator.size());
+    for (std::size_t at = 0; at < rawLength; at += 2) {
+        if (at > 0)
+            text += separator;
+        text.append(raw + at, 2);
+    }
     return text;
+}
+
+std::optional<std::string> ShowCertDetailDlgModel::GetHexNumber(const unsigned char *data,
+                                                                std::size_t length)
+{
+    return hexText(data, length, " ");
 }
 
 std::optional<std::string> ShowCertDetailDlgModel::GetHexNumber(const tavik_data_blob *blob)
@@ -349,12 +356,7 @@ std::optional<std::string> ShowCertDetailDlgModel::ContractAThumbprint(TAVIK_CER
     std::size_t outLength = sizeof out;
     if (digest->fn(der->data, der->length, out, &outLength) != 1)
         return std::nullopt;
-    char *raw = nullptr;
-    std::size_t rawLength = 0;
-    if (tavik_hexencode(0, out, outLength, &raw, &rawLength) != 1 || !raw)
-        return std::nullopt;
-    const tavik::TextPtr hex(raw);
-    return std::string(raw, rawLength);
+    return hexText(out, outLength, "");
 }
 
 // ---- Readers of the basic fields ----

@@ -10,6 +10,7 @@
 
 #include "pkiui/detail_model.hpp"
 #include "tables.hpp"
+#include "tavik_unicode.hpp"
 #include "whole_tlv.hpp"
 
 namespace pkiui {
@@ -28,6 +29,8 @@ locale_t utf8CtypeLocale()
 }
 
 // Switches the calling thread's locale and puts the previous one back.
+// Hand-written on purpose: setlocale would change the whole process under
+// the host's other threads, and std::locale has no wcstombs.
 class ThreadLocaleSwitch {
   public:
     explicit ThreadLocaleSwitch(locale_t locale) : m_previous(locale ? uselocale(locale) : nullptr)
@@ -44,37 +47,6 @@ class ThreadLocaleSwitch {
   private:
     locale_t m_previous;
 };
-
-void appendUtf8(std::string &out, char32_t c)
-{
-    if (c < 0x80) {
-        out += static_cast<char>(c);
-    } else if (c < 0x800) {
-        out += static_cast<char>(0xC0 | (c >> 6));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        out += static_cast<char>(0xE0 | (c >> 12));
-        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (c >> 18));
-        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-}
-
-std::string hexOf(const unsigned char *data, std::size_t length)
-{
-    std::string text;
-    text.reserve(length * 2);
-    char digits[3];
-    for (std::size_t i = 0; i < length; ++i) {
-        std::snprintf(digits, sizeof digits, "%02X", data[i]);
-        text += digits;
-    }
-    return text;
-}
 
 bool DecodeUTF8StringExtValue(const tavik_data_blob &value, std::string &text)
 {
@@ -108,30 +80,15 @@ template <int Type> bool decodeAscii(const tavik_data_blob &value, std::string &
     return DecodeASCIIStringExtValue(Type, value, text);
 }
 
-// UTF-16, big-endian; a lone surrogate becomes U+FFFD.
+// UTF-16, big-endian; a lone surrogate is refused like any ill-formed text.
 bool DecodeBMPStringExtValue(const tavik_data_blob &value, std::string &text)
 {
     const tavik::BlobPtr octets = contentOf(value, TAVIK_ASN1_BMPSTRING);
-    if (!octets || octets->length % 2 != 0)
+    const auto decoded =
+        octets ? tavik::unicode::fromUtf16Be(octets->data, octets->length) : std::nullopt;
+    if (!decoded)
         return false;
-    std::string out;
-    const std::size_t units = octets->length / 2;
-    const auto unitAt = [&](std::size_t i) -> char32_t {
-        return static_cast<char32_t>(octets->data[2 * i] << 8 | octets->data[2 * i + 1]);
-    };
-    for (std::size_t i = 0; i < units; ++i) {
-        const char32_t unit = unitAt(i);
-        if (unit >= 0xD800 && unit <= 0xDBFF && i + 1 < units && unitAt(i + 1) >= 0xDC00 &&
-            unitAt(i + 1) <= 0xDFFF) {
-            appendUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (unitAt(i + 1) - 0xDC00));
-            ++i;
-        } else if (unit >= 0xD800 && unit <= 0xDFFF) {
-            appendUtf8(out, 0xFFFD);
-        } else {
-            appendUtf8(out, unit);
-        }
-    }
-    text = std::move(out);
+    text = tavik::unicode::toUtf8(*decoded);
     return true;
 }
 
@@ -150,7 +107,10 @@ bool DecodeOctetStringExtValue(const tavik_data_blob &value, std::string &text)
     const tavik::BlobPtr octets = contentOf(value, TAVIK_ASN1_OCTET_STRING);
     if (!octets)
         return false;
-    text = hexOf(octets->data, octets->length);
+    auto hex = hexText(octets->data, octets->length, "");
+    if (!hex)
+        return false;
+    text = std::move(*hex);
     return true;
 }
 
@@ -165,7 +125,10 @@ bool DecodeIntegerExtValue(const tavik_data_blob &value, std::string &text)
     auto *out = reinterpret_cast<unsigned char *>(bytes.data());
     if (tavik_asn1_integer_get(decoded.get(), out, bytes.size()) != 1)
         return false;
-    text = hexOf(out, bytes.size());
+    auto hex = hexText(out, bytes.size(), "");
+    if (!hex)
+        return false;
+    text = std::move(*hex);
     return true;
 }
 

@@ -94,10 +94,7 @@ bool finished(const NameValuePair_st &record)
     return !record.encodeMethod.empty();
 }
 
-struct CloseFile {
-    void operator()(FILE *file) const noexcept { std::fclose(file); }
-};
-using FilePtr = std::unique_ptr<FILE, CloseFile>;
+using FilePtr = std::unique_ptr<FILE, tavik::Free<std::fclose>>;
 
 // Returns a copy into toolkit memory, or null.
 } // namespace

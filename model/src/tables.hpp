@@ -7,9 +7,15 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace pkiui {
+
+// Upper-case hex digits of the bytes through the toolkit's encoder, the
+// separator between two bytes; nullopt when the toolkit fails.
+std::optional<std::string> hexText(const unsigned char *data, std::size_t length,
+                                   std::string_view separator);
 
 struct OidName {
     std::string_view oid;

@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "tavik_debug.h"
 #include "tavik_ptr.hpp"
 
 namespace pkiui::test {
@@ -143,8 +144,7 @@ struct ScopedTimeZone {
 inline std::string openssl(const std::string &arguments)
 {
     std::string out;
-    std::unique_ptr<FILE, int (*)(FILE *)> pipe(popen(("openssl " + arguments).c_str(), "r"),
-                                                pclose);
+    std::unique_ptr<FILE, tavik::Free<pclose>> pipe(popen(("openssl " + arguments).c_str(), "r"));
     if (!pipe)
         return out;
     char buffer[4096];

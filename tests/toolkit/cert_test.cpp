@@ -109,25 +109,17 @@ TEST(CertAttributes, TextAndIntegerCodes)
         int code;
         Value expected;
     };
+    // Names, key algorithms, sizes, SM2 and usages on the fixtures are pinned by
+    // the selection and viewer models' tables; these rows are what they do not
+    // show.
     const Case cases[] = {
-        {"rsa-leaf.pem", TAVIK_ATTR_SUBJECT_CN, "Leaf RSA"},
-        {"rsa-leaf.pem", TAVIK_ATTR_ISSUER_NAME, "Tavik Test Intermediate CA"},
-        {"rsa-leaf.pem", TAVIK_ATTR_FRIENDLY_NAME, {}},
         {"alias.pem", TAVIK_ATTR_FRIENDLY_NAME, "Alias Leaf"},
-        {"nocn-leaf.pem", TAVIK_ATTR_SUBJECT_CN, {}},
         {"sm2-self.der", TAVIK_ATTR_SUBJECT_CN, "测试SM2证书"},
         {"rsa-leaf.pem", 17, {}},
-        {"rsa-leaf.pem", TAVIK_ATTR_KEY_ALGORITHM, TAVIK_KEYALG_RSA},
-        {"rsa-leaf.pem", TAVIK_ATTR_KEY_SIZE, 2048},
         {"rsa-leaf.pem", TAVIK_ATTR_KEY_USAGE, 1 | 2}, // digitalSignature, nonRepudiation
         {"rsa-leaf.pem", TAVIK_ATTR_CURVE, {}},
-        {"rsa-leaf.pem", TAVIK_ATTR_IN_VALIDITY, 1},     // by the real clock
-        {"rsa-root.der", TAVIK_ATTR_KEY_USAGE, 32 | 64}, // keyCertSign, cRLSign
-        {"ec-leaf.pem", TAVIK_ATTR_KEY_ALGORITHM, TAVIK_KEYALG_EC},
+        {"rsa-leaf.pem", TAVIK_ATTR_IN_VALIDITY, 1}, // by the real clock
         {"ec-leaf.pem", TAVIK_ATTR_CURVE, TAVIK_CURVE_P256},
-        {"ec-leaf.pem", TAVIK_ATTR_KEY_USAGE, 1 | 16}, // digitalSignature, keyAgreement
-        {"sm2-self.pem", TAVIK_ATTR_KEY_ALGORITHM, TAVIK_KEYALG_EC},
-        {"sm2-self.pem", TAVIK_ATTR_CURVE, TAVIK_CURVE_SM2},
         {"dsa-self.der", TAVIK_ATTR_KEY_ALGORITHM, TAVIK_KEYALG_DSA},
         {"dsa-self.der", TAVIK_ATTR_KEY_USAGE, {}},
     };

@@ -1,5 +1,5 @@
-// Certificate fields, keys, signature values and digests, compared with what
-// the openssl command reads from the same fixture files.
+// Certificate fields, keys, signature values and digests, compared with
+// OpenSSL's own decoding of the same fixture files.
 #include <gtest/gtest.h>
 #include <openssl/rsa.h>
 
@@ -16,31 +16,24 @@ std::string hexOf(tavik_biginteger *owned)
     return hex(tavik_biginteger_getdata(n.get()));
 }
 
-std::string derFile(const std::string &name)
+// OpenSSL's decoding of a fixture, the reference the toolkit is compared with.
+X509Ptr opensslCert(const std::string &name)
 {
-    return fixturePath(name + ".der");
+    const Bytes der = readFile(fixturePath(name + ".der"));
+    const unsigned char *p = der.data();
+    return X509Ptr(d2i_X509(nullptr, &p, static_cast<long>(der.size())));
 }
 
-std::string textOfKey(const std::string &name)
+// A key parameter as OpenSSL's provider reads it, as a magnitude in hex.
+std::string keyParam(const X509Ptr &x509, const char *param)
 {
-    return openssl("x509 -noout -pubkey -in " + fixturePath(name + ".pem") +
-                   " | openssl pkey -pubin -noout -text");
-}
-
-// The indented hex block after a label line of openssl's -text output, as a
-// magnitude (leading zero bytes dropped).
-std::string hexBlockAfter(const std::string &text, const std::string &label)
-{
-    std::istringstream in(text.substr(std::min(text.find("\n" + label), text.size())));
-    std::string line, digits;
-    std::getline(in, line); // blank up to the label
-    std::getline(in, line); // the label
-    while (std::getline(in, line) && line.find_first_not_of(" 0123456789abcdef:") == line.npos)
-        digits += line;
-    digits = digitsOf(digits);
-    while (digits.size() > 2 && digits.compare(0, 2, "00") == 0)
-        digits.erase(0, 2);
-    return digits;
+    BIGNUM *raw = nullptr;
+    if (EVP_PKEY_get_bn_param(X509_get0_pubkey(x509.get()), param, &raw) != 1)
+        return "?";
+    const std::unique_ptr<BIGNUM, Free<BN_free>> bn(raw);
+    Bytes bytes(static_cast<std::size_t>(BN_num_bytes(bn.get())));
+    BN_bn2bin(bn.get(), bytes.data());
+    return hex(bytes);
 }
 
 std::string oidOf(tavik_cert_algorithmid *owned)
@@ -86,51 +79,36 @@ TEST(AlgorithmId, OidsAndParametersOfSignatureAndKey)
     const CertPtr dsa = loadCert("dsa-self");
     const AlgPtr alg(tavik_cert_getpubkeyalgorithm(dsa.get()));
     const DssParamsPtr params(tavik_cert_algorithmid_getdssparams(alg.get()));
-    const std::string text = textOfKey("dsa-self");
-    EXPECT_EQ(hexOf(tavik_cert_dssparams_getp(params.get())), hexBlockAfter(text, "P:"));
-    EXPECT_EQ(hexOf(tavik_cert_dssparams_getq(params.get())), hexBlockAfter(text, "Q:"));
-    EXPECT_EQ(hexOf(tavik_cert_dssparams_getg(params.get())), hexBlockAfter(text, "G:"));
+    const X509Ptr reference = opensslCert("dsa-self");
+    EXPECT_EQ(hexOf(tavik_cert_dssparams_getp(params.get())), keyParam(reference, "p"));
+    EXPECT_EQ(hexOf(tavik_cert_dssparams_getq(params.get())), keyParam(reference, "q"));
+    EXPECT_EQ(hexOf(tavik_cert_dssparams_getg(params.get())), keyParam(reference, "g"));
     EXPECT_EQ(
         tavik_biginteger_getbitcount(BigIntPtr(tavik_cert_dssparams_getp(params.get())).get()),
         2048);
 }
 
-// rsa-leaf's key, as issued and under id-RSAES-OAEP (which OpenSSL does not
-// write): modulus and exponent as the openssl command reads them.
-TEST(Keys, RsaModulusAndExponentUnderEitherIdentifier)
+// Some old certificates name one algorithm inside the signed body and
+// another outside it; the signature algorithm is the body's field.
+TEST(AlgorithmId, SignatureAlgorithmIsTheSignedBodysField)
 {
-    const Bytes der = readFile(derFile("rsa-leaf"));
-    const unsigned char *p = der.data();
-    const X509Ptr leaf(d2i_X509(nullptr, &p, static_cast<long>(der.size())));
-    ASSERT_TRUE(leaf);
-    CertPtr oaep = madeCert([&](X509 *x) {
-        const unsigned char *bits = nullptr;
-        int length = 0;
-        X509_PUBKEY_get0_param(nullptr, &bits, &length, nullptr, X509_get_X509_PUBKEY(leaf.get()));
-        auto *copy = static_cast<unsigned char *>(OPENSSL_memdup(bits, length));
-        if (copy && X509_PUBKEY_set0_param(X509_get_X509_PUBKEY(x), OBJ_nid2obj(NID_rsaesOaep),
-                                           V_ASN1_UNDEF, nullptr, copy, length) == 1)
-            return true;
-        OPENSSL_free(copy);
-        return false;
-    });
-    const std::string text = openssl("x509 -noout -text -in " + fixturePath("rsa-leaf.pem"));
-    const auto open = text.find("(0x", text.find("Exponent: "));
-    const std::string exponent = digitsOf(text.substr(open + 3, text.find(')', open) - open - 3));
-    const std::pair<CertPtr, const char *> rows[] = {{loadCert("rsa-leaf"), "1.2.840.113549.1.1.1"},
-                                                     {std::move(oaep), "1.2.840.113549.1.1.7"}};
-    for (const auto &[cert, oid] : rows) {
-        SCOPED_TRACE(oid);
-        EXPECT_EQ(oidOf(tavik_cert_getpubkeyalgorithm(cert.get())), oid);
-        const PubKeyPtr key(tavik_cert_getpubkey(cert.get()));
-        const RsaKeyPtr rsa(tavik_cert_pubkey_torsapubkey(key.get()));
-        EXPECT_EQ("Modulus=" + hexOf(tavik_crypto_rsakey_getmodulus(rsa.get())) + "\n",
-                  openssl("x509 -noout -modulus -in " + fixturePath("rsa-leaf.pem")));
-        EXPECT_EQ(hexOf(tavik_crypto_rsakey_getpubexp(rsa.get())), exponent);
-        EXPECT_FALSE(EccKeyPtr(tavik_cert_pubkey_toeccpubkey(key.get())));
-    }
+    const CertPtr made = madeCert([](X509 *) { return true; });
+    const BlobPtr der(tavik_cert_encode(made.get()));
+    ASSERT_TRUE(der);
+    Bytes bytes(der->data, der->data + der->length);
+    const Bytes sha256 = fromHex("06082A8648CE3D040302"); // ecdsa-with-SHA256
+    const auto body = std::search(bytes.begin(), bytes.end(), sha256.begin(), sha256.end());
+    ASSERT_NE(body, bytes.end());
+    body[sha256.size() - 1] = 0x03; // ecdsa-with-SHA384, in the body only
+    TAVIK_CERT_st *raw = nullptr;
+    ASSERT_EQ(TavikPKICertNewFromData(bytes.data(), bytes.size(), &raw), 1);
+    const CertPtr cert(raw);
+    EXPECT_EQ(oidOf(tavik_cert_getsignalgorithm(cert.get())), "1.2.840.10045.4.3.3");
 }
 
+// The RSA and DSA numbers, the points of named and explicit curves, versions,
+// serials and unique identifiers of the fixtures are pinned by the detail
+// model's tables; here what those rows do not show.
 TEST(Keys, EcPointsAndCurves)
 {
     // name: null for a curve written out as explicit parameters.
@@ -146,19 +124,22 @@ TEST(Keys, EcPointsAndCurves)
         ASSERT_TRUE(point && domain);
         EXPECT_FALSE(RsaKeyPtr(tavik_cert_pubkey_torsapubkey(key.get())));
 
-        const std::string text = textOfKey(cert);
-        EXPECT_NE(text.find(name ? std::string("ASN1 OID: ") + name : "Field Type: prime-field"),
-                  std::string::npos);
+        const X509Ptr reference = opensslCert(cert);
         EXPECT_STREQ(TextPtr(tavik_ecc_domainparameters_getname(domain.get())).get(), name);
         const int bits = tavik_ecc_domainparameters_getbits(domain.get());
-        EXPECT_NE(text.find("(" + std::to_string(bits) + " bit)"), std::string::npos);
+        EXPECT_EQ(bits, EVP_PKEY_get_bits(X509_get0_pubkey(reference.get())));
 
         // The format byte and both coordinates, exactly; compressed, X alone.
         const std::size_t size = 2 * ((static_cast<std::size_t>(bits) + 7) / 8) + 1;
         Bytes full(size), compressed(size);
         std::size_t length = size, compressedLength = size, tooShort = size - 1;
         ASSERT_EQ(tavik_ecc_encode_point(domain.get(), point.get(), 0, full.data(), &length), 1);
-        EXPECT_EQ(hex(full), hexBlockAfter(text, "pub:"));
+        unsigned char pub[256];
+        std::size_t pubLength = 0;
+        ASSERT_EQ(EVP_PKEY_get_octet_string_param(X509_get0_pubkey(reference.get()), "pub", pub,
+                                                  sizeof pub, &pubLength),
+                  1);
+        EXPECT_EQ(hex(full), hex(pub, pubLength));
         EXPECT_EQ(length, size);
         ASSERT_EQ(tavik_ecc_encode_point(domain.get(), point.get(), 1, compressed.data(),
                                          &compressedLength),
@@ -174,11 +155,8 @@ TEST(Keys, EcPointsAndCurves)
 TEST(Certificate, EncodingsSignatureAndThumbprints)
 {
     using Digest = int (*)(const unsigned char *, size_t, unsigned char *, size_t *);
-    const std::pair<const char *, Digest> digests[] = {{"md5", tavik_crypto_md5},
-                                                       {"sha1", tavik_crypto_sha1},
-                                                       {"sha256", tavik_crypto_sha256},
-                                                       {"sha512", tavik_crypto_sha512},
-                                                       {"sm3", tavik_crypto_sm3}};
+    // MD5 to SHA-512 of rsa-leaf are pinned by the detail model's thumbprints.
+    const std::pair<const char *, Digest> digests[] = {{"SM3", tavik_crypto_sm3}};
     // Whether the signature is a SEQUENCE of r and s (DSA, ECDSA, SM2).
     const std::pair<const char *, bool> rows[] = {{"rsa-leaf", false},
                                                   {"sm2-self", true},
@@ -188,39 +166,38 @@ TEST(Certificate, EncodingsSignatureAndThumbprints)
     for (const auto &[name, integers] : rows) {
         SCOPED_TRACE(name);
         const CertPtr cert = loadCert(name);
-        const Bytes der = readFile(derFile(name));
+        const X509Ptr reference = opensslCert(name);
         const BlobPtr encoding(tavik_cert_encode(cert.get()));
         ASSERT_TRUE(encoding);
-        EXPECT_EQ(hex(encoding->data, encoding->length), hex(der));
-        for (const auto &[option, digest] : digests) {
-            unsigned char out[128];
+        EXPECT_EQ(hex(encoding->data, encoding->length),
+                  hex(readFile(fixturePath(name + std::string(".der")))));
+        for (const auto &[algorithm, digest] : digests) {
+            unsigned char out[128], want[EVP_MAX_MD_SIZE];
             std::size_t length = sizeof out;
+            unsigned int wantLength = 0;
             ASSERT_EQ(digest(encoding->data, encoding->length, out, &length), 1);
-            const std::string line =
-                openssl(std::string("dgst -") + option + " -r " + derFile(name));
-            EXPECT_EQ(hex(out, length), digitsOf(line.substr(0, line.find(' ')))) << option;
+            ASSERT_EQ(EVP_Digest(encoding->data, encoding->length, want, &wantLength,
+                                 EVP_get_digestbyname(algorithm), nullptr),
+                      1);
+            EXPECT_EQ(hex(out, length), hex(want, wantLength)) << algorithm;
             std::size_t tooShort = length - 1;
             EXPECT_NE(digest(encoding->data, encoding->length, out, &tooShort), 1);
             EXPECT_EQ(tooShort, length - 1);
         }
 
-        // subjectPublicKeyInfo is the seventh field of tbsCertificate, the sixth
-        // without a version; the signature the last element, after its
-        // unused-bit count.
-        const std::vector<Node> nodes = asn1parse("-in " + derFile(name));
-        std::vector<Node> fields;
-        for (const Node &n : nodes)
-            if (n.depth == 2)
-                fields.push_back(n);
-        const Node &spki = fields.at(fields.at(0).type == "cont [ 0 ]" ? 6 : 5);
+        unsigned char *spki = nullptr;
+        const int spkiLength = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(reference.get()), &spki);
+        const std::unique_ptr<unsigned char, Free<opensslFree>> ownSpki(spki);
         const PubKeyPtr key(tavik_cert_getpubkey(cert.get()));
         EXPECT_EQ(hex(tavik_cert_pubkey_getencode(key.get())),
-                  hex(Bytes(der.begin() + static_cast<long>(spki.offset),
-                            der.begin() +
-                                static_cast<long>(spki.offset + spki.headerLength + spki.length))));
+                  hex(spki, static_cast<std::size_t>(spkiLength)));
+        const ASN1_BIT_STRING *bits = nullptr;
+        X509_get0_signature(&bits, nullptr, reference.get());
         const BlobPtr signature(tavik_cert_getsignvalue(cert.get()));
         ASSERT_TRUE(signature);
-        EXPECT_EQ(hex(signature->data, signature->length), hex(nodes.back().content(der, 1)));
+        EXPECT_EQ(
+            hex(signature->data, signature->length),
+            hex(ASN1_STRING_get0_data(bits), static_cast<std::size_t>(ASN1_STRING_length(bits))));
 
         unsigned char *r = nullptr, *s = nullptr;
         int rLength = 0, sLength = 0;
@@ -228,13 +205,6 @@ TEST(Certificate, EncodingsSignatureAndThumbprints)
             signature->data, static_cast<int>(signature->length), &r, &rLength, &s, &sLength);
         const TextPtr ownR(reinterpret_cast<char *>(r)), ownS(reinterpret_cast<char *>(s));
         ASSERT_EQ(status == 1, integers);
-        if (integers) {
-            const auto inner = asn1parse("-in " + derFile(name) + " -strparse " +
-                                         std::to_string(nodes.back().offset));
-            ASSERT_EQ(inner.size(), 3u);
-            EXPECT_EQ(hex(r, static_cast<std::size_t>(rLength)), inner[1].value);
-            EXPECT_EQ(hex(s, static_cast<std::size_t>(sLength)), inner[2].value);
-        }
     }
 }
 
@@ -284,48 +254,7 @@ TEST(Signature, OnlyTwoNonNegativeDerIntegersDecode)
     }
 }
 
-TEST(Certificate, VersionSerialAndUniqueIds)
-{
-    for (const char *name : {"rsa-leaf", "serial00-leaf", "v1-cert", "uid-cert"}) {
-        SCOPED_TRACE(name);
-        const CertPtr cert = loadCert(name);
-        const std::string text =
-            openssl("x509 -noout -text -in " + fixturePath(name + std::string(".pem")));
-        EXPECT_EQ(tavik_cert_getversion(cert.get()) + 1,
-                  std::stoi(text.substr(text.find("Version: ") + 9)));
-
-        // The serial's content octets: openssl's magnitude, after a 00 when
-        // its top bit is set.
-        tavik_asn1_value *raw = nullptr;
-        ASSERT_EQ(tavik_cert_getserialnumber_ex(cert.get(), &raw), 1);
-        const Asn1ValuePtr serial(raw);
-        Bytes content(static_cast<std::size_t>(tavik_asn1_integer_getlength(serial.get())));
-        ASSERT_EQ(tavik_asn1_integer_get(serial.get(), content.data(), content.size()), 1);
-        const std::string line =
-            openssl("x509 -noout -serial -in " + fixturePath(name + std::string(".pem")));
-        const std::string magnitude = digitsOf(line.substr(line.find('=') + 1));
-        EXPECT_EQ(hex(content), (magnitude[0] >= '8' ? "00" : "") + magnitude);
-
-        // issuerUniqueID [1], subjectUniqueID [2]: the bytes after the unused-bit count.
-        const Bytes der = readFile(derFile(name));
-        std::string want[2] = {"-", "-"};
-        for (const Node &n : asn1parse("-in " + derFile(name)))
-            if (n.depth == 2 && (n.type == "cont [ 1 ]" || n.type == "cont [ 2 ]"))
-                want[n.type[7] - '1'] = hex(n.content(der, 1));
-        const BitSetPtr uids[2] = {BitSetPtr(tavik_cert_getissueruid(cert.get())),
-                                   BitSetPtr(tavik_cert_getsubjectuid(cert.get()))};
-        for (int i = 0; i < 2; ++i)
-            EXPECT_EQ(hex(uids[i] ? tavik_bitset_getdata(uids[i].get(), nullptr) : nullptr),
-                      want[i]);
-        EXPECT_EQ(tavik_cert_hasissueruid(cert.get()), want[0] != "-");
-        EXPECT_EQ(tavik_cert_hassubjectuid(cert.get()), want[1] != "-");
-    }
-    // What the fixture script put there, by hand: a serial 02 09 00 8F..46.
-    tavik_asn1_value *raw = nullptr;
-    ASSERT_EQ(tavik_cert_getserialnumber_ex(loadCert("serial00-leaf").get(), &raw), 1);
-    EXPECT_EQ(tavik_asn1_value_getencodedlength(Asn1ValuePtr(raw).get()), 11u);
-}
-
+// The fuzzers stop at a null handle, so these guards are checked here.
 // Every family refuses null arguments: a null handle, a failure status or -1.
 TEST(NullArguments, AreRefusedByEveryFamily)
 {

@@ -27,33 +27,12 @@ std::optional<std::u32string> codePoints(tavik_ustring *owned)
     return out;
 }
 
-// A DN in the form of `openssl x509 -nameopt oid,sep_multiline,utf8,dump_nostr,
-// dump_der,space_eq`: one indented line per RDN, " + " between its attributes,
-// a value without text form as "#" and the hex of its DER.
-std::string walk(const tavik_cert_dn *dn)
+// OpenSSL's decoding of a fixture, the reference the toolkit is compared with.
+X509Ptr opensslCert(const std::string &name)
 {
-    std::string out;
-    for (int i = 0; i < tavik_cert_dn_getitemcount(dn); ++i) {
-        const RdnPtr rdn(tavik_cert_dn_getitem(dn, i));
-        out += "    ";
-        for (int k = 0; k < tavik_cert_rdn_getitemcount(rdn.get()); ++k) {
-            const AtvPtr atv(tavik_cert_rdn_getitem(rdn.get(), k));
-            out += (k ? " + " : "") + textOf(tavik_cert_attrtypeandvalue_gettype(atv.get())) +
-                   " = " +
-                   utf8(tavik_cert_attrtypeandvalue_getstring(atv.get()))
-                       .value_or("#" + hex(tavik_cert_attrtypeandvalue_getvalencode(atv.get())));
-        }
-        out += "\n";
-    }
-    return out;
-}
-
-std::string opensslName(const std::string &fixture, const std::string &which)
-{
-    const std::string out =
-        openssl("x509 -noout -" + which + " -in " + fixturePath(fixture + ".pem") +
-                " -nameopt oid,sep_multiline,utf8,dump_nostr,dump_der,space_eq");
-    return out.rfind(which + "=\n", 0) == 0 ? out.substr(which.size() + 2) : "(openssl) " + out;
+    const Bytes der = readFile(fixturePath(name + ".der"));
+    const unsigned char *p = der.data();
+    return X509Ptr(d2i_X509(nullptr, &p, static_cast<long>(der.size())));
 }
 
 const Bytes kPlainName = tlv(0x30, tlv(0x31, tlv(0x30, oidDer("2.5.4.3") + tlv(0x0C, str("n")))));
@@ -79,22 +58,52 @@ std::vector<GeneralNamePtr> items(const GeneralNamesPtr &names)
 // ---- Distinguished names ----
 
 // dn-all: every attribute type, a value with " = ", a multi-valued RDN, an
-// unknown type and a value that is no string, in stored order.
+// unknown type and a value that is no string, in stored order: per attribute
+// its RDN, type and text (or, with no text, its DER), as OpenSSL decodes them.
 TEST(Dn, WalkInStoredOrderMatchesOpenssl)
 {
     for (const char *name : {"rsa-leaf", "dn-all"}) {
+        const X509Ptr x509 = opensslCert(name);
         const CertPtr cert = loadCert(name);
-        const DnPtr subject(tavik_cert_getsubject(cert.get()));
-        const DnPtr issuer(tavik_cert_getissuer(cert.get()));
-        EXPECT_EQ(walk(subject.get()), opensslName(name, "subject")) << name;
-        EXPECT_EQ(walk(issuer.get()), opensslName(name, "issuer")) << name;
-        const int count = tavik_cert_dn_getitemcount(subject.get());
-        EXPECT_FALSE(RdnPtr(tavik_cert_dn_getitem(subject.get(), count)));
-        EXPECT_FALSE(RdnPtr(tavik_cert_dn_getitem(subject.get(), -1)));
-        const RdnPtr last(tavik_cert_dn_getitem(subject.get(), count - 1));
-        const int size = tavik_cert_rdn_getitemcount(last.get());
-        EXPECT_FALSE(AtvPtr(tavik_cert_rdn_getitem(last.get(), size)));
-        EXPECT_FALSE(AtvPtr(tavik_cert_rdn_getitem(last.get(), -1)));
+        for (const bool subject : {true, false}) {
+            SCOPED_TRACE(std::string(name) + (subject ? " subject" : " issuer"));
+            const X509_NAME *reference =
+                subject ? X509_get_subject_name(x509.get()) : X509_get_issuer_name(x509.get());
+            std::vector<std::string> expected, got;
+            for (int i = 0; i < X509_NAME_entry_count(reference); ++i) {
+                const X509_NAME_ENTRY *entry = X509_NAME_get_entry(reference, i);
+                const ASN1_STRING *value = X509_NAME_ENTRY_get_data(entry);
+                unsigned char *text = nullptr;
+                const int length = ASN1_STRING_type(value) == V_ASN1_SEQUENCE
+                                       ? -1
+                                       : ASN1_STRING_to_UTF8(&text, value);
+                const std::unique_ptr<unsigned char, Free<opensslFree>> owned(text);
+                char oid[128];
+                OBJ_obj2txt(oid, sizeof oid, X509_NAME_ENTRY_get_object(entry), 1);
+                expected.push_back(
+                    std::to_string(X509_NAME_ENTRY_set(entry)) + " " + oid + " " +
+                    (length >= 0 ? std::string(reinterpret_cast<char *>(text),
+                                               static_cast<std::size_t>(length))
+                                 : "#" + hex(ASN1_STRING_get0_data(value),
+                                             static_cast<std::size_t>(ASN1_STRING_length(value)))));
+            }
+            const DnPtr dn(subject ? tavik_cert_getsubject(cert.get())
+                                   : tavik_cert_getissuer(cert.get()));
+            const int count = tavik_cert_dn_getitemcount(dn.get());
+            for (int i = 0; i < count; ++i) {
+                const RdnPtr rdn(tavik_cert_dn_getitem(dn.get(), i));
+                for (int k = 0; k < tavik_cert_rdn_getitemcount(rdn.get()); ++k) {
+                    const AtvPtr atv(tavik_cert_rdn_getitem(rdn.get(), k));
+                    got.push_back(std::to_string(i) + " " +
+                                  textOf(tavik_cert_attrtypeandvalue_gettype(atv.get())) + " " +
+                                  utf8(tavik_cert_attrtypeandvalue_getstring(atv.get()))
+                                      .value_or("#" + hex(tavik_cert_attrtypeandvalue_getvalencode(
+                                                          atv.get()))));
+                }
+            }
+            EXPECT_EQ(got, expected);
+            EXPECT_FALSE(RdnPtr(tavik_cert_dn_getitem(dn.get(), count)));
+        }
     }
     const CertPtr empty = certWith(tlv(0x30, {}));
     const DnPtr none(tavik_cert_getsubject(empty.get()));
@@ -117,9 +126,11 @@ TEST(Dn, AttributeValuesConvertToCodePointsOrGiveNoString)
         {"Teletex as Latin-1", tlv(0x14, {0xE9, 0xFF}), U"\u00E9\u00FF"},
         {"Universal", tlv(0x1C, {0x00, 0x10, 0xFF, 0xFF}), U"\U0010FFFF"},
         {"Printable", tlv(0x13, str("CN")), U"CN"},
-        {"Printable, high byte", tlv(0x13, {0x41, 0xE9}), std::nullopt},
+        // Bytes outside the declared set: shown as UTF-8 if they are, else Latin-1.
+        {"Printable, high byte", tlv(0x13, {0x41, 0xE9}), U"A\u00E9"},
+        {"Printable, UTF-8 bytes", tlv(0x13, {0xE6, 0xB5, 0x8B}), U"\u6D4B"},
         {"IA5", tlv(0x16, str("a@b.example")), U"a@b.example"},
-        {"IA5, high byte", tlv(0x16, {0xE9}), std::nullopt},
+        {"IA5, high byte", tlv(0x16, {0xE9}), U"\u00E9"},
         {"UTF8 with NUL", tlv(0x0C, {0x41, 0x00, 0x42}), std::nullopt},
         {"empty UTF8", tlv(0x0C, {}), U""},
         {"BIT STRING", tlv(0x03, {0x03, 0xA8}), std::nullopt},
@@ -213,27 +224,20 @@ std::vector<std::string> describeAll(const GeneralNamesPtr &names)
     return out;
 }
 
-// ext-names: the nine choices, each read through its own getter only; the
-// encodings of the items make up the extension value again.
+// ext-names: the nine choices, each read through its own getter only (the
+// detail model's table pins their texts but for the EDI party's strings);
+// the encodings of the items make up the extension value again.
 TEST(GeneralName, ExtNamesFixtureCarriesAllNineChoices)
 {
     const CertPtr cert = loadCert("ext-names");
     const GeneralNamesPtr names = altNames(cert);
-    const std::vector<std::string> expected = {
-        "0 other=1.3.6.1.4.1.311.20.2.3:0C1075736572406578616D706C652E636F6D",
-        "0 other=1.3.6.1.4.1.311.25.1:0410000102030405060708090A0B0C0D0E0F",
-        "0 other=1.2.3.4:0C0178",
-        "1 rfc822=names@example.com",
-        "2 dns=names.example.com",
-        "3",
-        "4 dir=/C=CN/O=Tavik Test/CN=Tavik Directory Name",
-        "5 edi=Tavik Assigner/Tavik Party",
-        "6 uri=http://names.example.com/",
-        "7 ip=192.0.2.1",
-        "7 ip=2001:db8::1",
-        "8 regid=1.2.3.4.5.6",
-    };
-    EXPECT_EQ(describeAll(names), expected);
+    std::vector<std::string> types;
+    for (const std::string &name : describeAll(names))
+        types.push_back(name.substr(0, name.find(' ')));
+    const std::vector<std::string> expected = {"0", "0", "0", "1", "2", "3",
+                                               "4", "5", "6", "7", "7", "8"};
+    EXPECT_EQ(types, expected);
+    EXPECT_EQ(describeAll(names).at(7), "5 edi=Tavik Assigner/Tavik Party");
     Bytes encodings;
     for (const auto &name : items(names)) {
         const BlobPtr der(tavik_cert_generalname_getencode(name.get()));
@@ -241,35 +245,6 @@ TEST(GeneralName, ExtNamesFixtureCarriesAllNineChoices)
     }
     EXPECT_EQ(hex(tlv(0x30, encodings)),
               hex(tavik_cert_ext_getvalue(findExt(cert.get(), "2.5.29.17").get())));
-}
-
-// An address as openssl prints it, IPv6 in full upper case, in the
-// compressed form of inet_ntop.
-std::string compressed(const std::string &printed)
-{
-    const auto colon = printed.find(':');
-    unsigned char address[16];
-    char text[INET6_ADDRSTRLEN] = "";
-    if (inet_pton(AF_INET6, printed.substr(colon + 1).c_str(), address) == 1)
-        return printed.substr(0, colon + 1) + inet_ntop(AF_INET6, address, text, sizeof text);
-    return printed;
-}
-
-// The choices the openssl command shows as text, in order.
-TEST(GeneralName, TextChoicesMatchOpenssl)
-{
-    for (const char *fixture : {"rsa-leaf", "ext-names"}) {
-        std::vector<std::string> expected, got;
-        for (const std::string &item : split(extText(fixture, "subjectAltName").body, ", "))
-            for (const char *prefix :
-                 {"email:", "DNS:", "DirName:", "URI:", "IP Address:", "Registered ID:"})
-                if (item.rfind(prefix, 0) == 0)
-                    expected.push_back(compressed(item));
-        for (const auto &name : items(altNames(loadCert(fixture))))
-            if (const std::string text = printed(name.get()); text != "?")
-                got.push_back(text);
-        EXPECT_EQ(got, expected) << fixture;
-    }
 }
 
 TEST(GeneralName, Ipv6IsCompressedAfterRfc5952)
@@ -283,6 +258,7 @@ TEST(GeneralName, Ipv6IsCompressedAfterRfc5952)
         {"2001:db8:0:1:1:1:1:1", "2001:db8:0:1:1:1:1:1"},
         {"fe80:0:0:0:204:61ff:fe9d:f156", "fe80::204:61ff:fe9d:f156"},
         {"1:2:3:4:5:6:7:0", "1:2:3:4:5:6:7:0"},
+        {"0:0:0:0:0:ffff:c000:280", "::ffff:192.0.2.128"}, // IPv4-mapped
     };
     Bytes all;
     for (const auto &[input, expected] : rows) {
@@ -304,7 +280,7 @@ Bytes ediParty(std::optional<Bytes> assigner, const Bytes &party)
 
 // Forms no fixture carries. EDIPartyName strings are DirectoryStrings
 // decoded without OpenSSL's name canonicalisation, so surrogate pairs and
-// malformed text reach the toolkit; an address outside a name constraint has
+// malformed text reach the toolkit; NUL is never shown; an address outside a name constraint has
 // no mask, and 5 bytes are no address.
 TEST(GeneralName, HandMadeFormsConvertOrAreRefused)
 {
@@ -318,7 +294,11 @@ TEST(GeneralName, HandMadeFormsConvertOrAreRefused)
         {ediParty(tlv(0x1C, {0, 0, 0x6D, 0x4B}), tlv(0x1C, {0, 0x11, 0, 0})),
          "5 edi=\xE6\xB5\x8B/-"},
         {ediParty(std::nullopt, tlv(0x1C, {0x00, 0x00, 0xDF, 0xFF})), "5 edi=-/-"},
-        {ediParty(std::nullopt, tlv(0x0C, {0xC1, 0x81})), "5 edi=-/-"},
+        {ediParty(std::nullopt, tlv(0x0C, {0xC1, 0x81})), "5 edi=-/\xC3\x81\xC2\x81"},
+        // An internationalised name written raw: its UTF-8 shows; else Latin-1.
+        {tlv(0x82, str("\xE6\xB5\x8B.example")), "2 dns=\xE6\xB5\x8B.example"},
+        {tlv(0x81, {0x61, 0xE9, 0x40, 0x62}), "1 rfc822=a\xC3\xA9@b"},
+        {tlv(0x86, {0x61, 0x00}), "6"},
         {tlv(0x87, {10, 0, 0, 0, 255, 0, 0, 0}), "7"},
         {tlv(0x87, {10, 0, 0, 0, 1}), "7"},
     };
@@ -353,32 +333,10 @@ NameConstraintsPtr constraintsOf(const CertPtr &cert)
         tavik_cert_ext_tonameconstraints(findExt(cert.get(), "2.5.29.30").get()));
 }
 
-TEST(Subtrees, BasesMatchOpensslWithTheirMasksAndBounds)
+TEST(Subtrees, BasesWithTheirMasksAndBounds)
 {
-    // openssl prints "IP:192.168.0.0/255.255.0.0" and no bounds.
-    std::string expected;
-    for (std::string line : split(extText("ext-ca", "nameConstraints").body, "\n")) {
-        const auto slash = line.find('/');
-        if (slash != std::string::npos)
-            line = compressed(line.substr(0, slash)) + "/" +
-                   compressed(":" + line.substr(slash + 1)).substr(1);
-        expected += line + "\n";
-    }
+    // ext-ca's bases are pinned by the detail model's tables.
     const NameConstraintsPtr nc = constraintsOf(loadCert("ext-ca"));
-    std::string got;
-    for (auto [label, list] :
-         {std::pair{"Permitted:", tavik_cert_nameconstraints_getpremit(nc.get())},
-          std::pair{"Excluded:", tavik_cert_nameconstraints_getexclude(nc.get())}}) {
-        got += std::string(label) + "\n";
-        const SubtreesPtr subtrees(list);
-        for (int i = 0; i < tavik_cert_generalsubtrees_getitemcount(subtrees.get()); ++i) {
-            const SubtreePtr subtree(tavik_cert_generalsubtrees_getitem(subtrees.get(), i));
-            const std::string base =
-                printed(GeneralNamePtr(tavik_cert_generalsubtree_getbase(subtree.get())).get());
-            got += (base.rfind("IP Address:", 0) == 0 ? "IP:" + base.substr(11) : base) + "\n";
-        }
-    }
-    EXPECT_EQ(got, expected);
     // Only ranged.example.org carries bounds, as the fixture script wrote them.
     EXPECT_EQ(describeSubtrees(tavik_cert_nameconstraints_getpremit(nc.get())).back(),
               "2 dns=ranged.example.org (1..5)");

@@ -1,6 +1,6 @@
-// Helpers the extension, name and field tests share: reading what the openssl
-// command prints, turning toolkit values into comparable text, and making
-// certificates around hand-written DER where no fixture has the case.
+// Helpers the toolkit and model tests share: turning toolkit values into
+// comparable text, and making certificates around hand-written DER where no
+// fixture has the case.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,15 +10,10 @@
 
 #include <cctype>
 #include <cstdint>
-#include <cstdio>
-#include <fstream>
 #include <functional>
-#include <map>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <set>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,6 +28,11 @@ using tavik::CertPtr;
 using tavik::ExtPtr;
 using tavik::UStringPtr;
 using ObjPtr = std::unique_ptr<ASN1_OBJECT, tavik::Free<ASN1_OBJECT_free>>;
+
+inline void opensslFree(void *p)
+{
+    OPENSSL_free(p);
+}
 
 // ---- Text ----
 
@@ -93,16 +93,6 @@ inline std::string digitsOf(const std::string &text)
     return out.size() % 2 ? "0" + out : out;
 }
 
-// Dotted form of an OID name or number as OpenSSL knows it.
-inline std::string dotted(const std::string &name)
-{
-    const ObjPtr obj(OBJ_txt2obj(name.c_str(), 0));
-    char text[128] = "";
-    if (obj)
-        OBJ_obj2txt(text, sizeof text, obj.get(), 1);
-    return text;
-}
-
 // ---- Toolkit values, each taken over ----
 
 inline std::string textOf(char *owned)
@@ -131,37 +121,6 @@ inline std::optional<std::int64_t> valueOf(tavik_biginteger *owned)
     return v;
 }
 
-inline std::set<int> bitsOf(tavik_bitset *owned)
-{
-    const tavik::BitSetPtr set(owned);
-    std::set<int> bits;
-    for (int i = 0; set && i < 64; ++i)
-        if (tavik_bitset_isset(set.get(), i))
-            bits.insert(i);
-    return bits;
-}
-
-// ---- Readings printed the way the openssl command prints them ----
-
-// An OID by its long name, dotted when OpenSSL has no name for it.
-inline std::string named(char *owned)
-{
-    const std::string oid = textOf(owned);
-    const ObjPtr obj(OBJ_txt2obj(oid.c_str(), 1));
-    char text[128] = "";
-    if (obj)
-        OBJ_obj2txt(text, sizeof text, obj.get(), 0);
-    return text;
-}
-
-inline std::string colonHex(tavik_data_blob *owned)
-{
-    std::string out, digits = hex(owned);
-    for (std::size_t i = 0; i < digits.size(); i += 2)
-        out += (i ? ":" : "") + digits.substr(i, 2);
-    return out;
-}
-
 // An RDN and a DN as "/C=CN/O=x" (oneline) or as "C = CN, O = x".
 inline std::string rdnText(const tavik_cert_rdn *rdn, bool oneline)
 {
@@ -184,100 +143,6 @@ inline std::string dnText(const tavik_cert_dn *dn, bool oneline)
                 : i     ? ", "
                         : "") +
                rdnText(tavik::RdnPtr(tavik_cert_dn_getitem(dn, i)).get(), oneline);
-    return out;
-}
-
-inline std::string printed(const tavik_cert_generalname *name, bool oneline = true)
-{
-    using Getter = tavik_ustring *(*)(const tavik_cert_generalname *);
-    const std::map<int, std::pair<const char *, Getter>> texts = {
-        {TAVIK_GN_RFC822, {"email:", tavik_cert_generalname_getrfc822name}},
-        {TAVIK_GN_DNS, {"DNS:", tavik_cert_generalname_getdnsname}},
-        {TAVIK_GN_URI, {"URI:", tavik_cert_generalname_geturi}},
-    };
-    const int type = tavik_cert_generalname_gettype(name);
-    if (texts.count(type))
-        return texts.at(type).first + utf8(texts.at(type).second(name)).value_or("?");
-    if (type == TAVIK_GN_DIRNAME)
-        return "DirName:" +
-               dnText(tavik::DnPtr(tavik_cert_generalname_getdirname(name)).get(), oneline);
-    if (type == TAVIK_GN_REGID)
-        return "Registered ID:" + textOf(tavik_cert_generalname_getregid(name));
-    return type == TAVIK_GN_IP ? "IP Address:" + textOf(tavik_cert_generalname_getip(name)) : "?";
-}
-
-inline std::vector<std::string> printed(const tavik_cert_generalnames *names, bool oneline = true)
-{
-    std::vector<std::string> out;
-    for (int i = 0; i < tavik_cert_generalnames_getitemcount(names); ++i)
-        out.push_back(printed(
-            tavik::GeneralNamePtr(tavik_cert_generalnames_getitem(names, i)).get(), oneline));
-    return out;
-}
-
-// ---- openssl asn1parse ----
-
-// One line of `openssl asn1parse`, and the bytes it points at.
-struct Node {
-    std::size_t offset = 0, headerLength = 0, length = 0;
-    int depth = 0;
-    std::string type, value;
-    Bytes content(const Bytes &der, std::size_t skip = 0) const
-    {
-        return Bytes(der.begin() + static_cast<long>(offset + headerLength + skip),
-                     der.begin() + static_cast<long>(offset + headerLength + length));
-    }
-};
-
-inline std::vector<Node> asn1parse(const std::string &arguments)
-{
-    std::vector<Node> nodes;
-    std::istringstream in(openssl("asn1parse -inform DER " + arguments));
-    for (std::string line; std::getline(in, line);) {
-        Node n;
-        char kind[8];
-        int used = 0;
-        if (std::sscanf(line.c_str(), " %zu:d=%d hl=%zu l=%zu %7s %n", &n.offset, &n.depth,
-                        &n.headerLength, &n.length, kind, &used) < 5)
-            continue;
-        const std::string rest = line.substr(static_cast<std::size_t>(used));
-        const auto colon = rest.find(':');
-        n.type = trim(rest.substr(0, colon));
-        n.value = colon == rest.npos ? "" : rest.substr(colon + 1);
-        nodes.push_back(n);
-    }
-    return nodes;
-}
-
-// `openssl x509 -ext NAME`: presence, critical flag, trimmed text lines.
-struct ExtText {
-    bool present = false;
-    bool critical = false;
-    std::string body;
-};
-
-inline ExtText extText(const std::string &fixture, const std::string &name)
-{
-    std::istringstream in(
-        openssl("x509 -noout -in " + fixturePath(fixture + ".pem") + " -ext " + name));
-    ExtText out;
-    std::string header;
-    if (!std::getline(in, header) || header.find(':') == std::string::npos ||
-        header.rfind("No extensions", 0) == 0)
-        return out;
-    out.present = true;
-    out.critical = header.find("critical") != std::string::npos;
-    for (std::string line; std::getline(in, line);)
-        out.body += (out.body.empty() ? "" : "\n") + trim(line);
-    out.body = trim(out.body);
-    return out;
-}
-
-inline std::string join(const std::vector<std::string> &parts, const std::string &separator)
-{
-    std::string out;
-    for (const std::string &part : parts)
-        out += (out.empty() ? "" : separator) + part;
     return out;
 }
 

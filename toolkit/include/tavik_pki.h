@@ -727,26 +727,8 @@ TAVIKPKI_API int TavikPKICryptoGetPwdRetryNum(TAVIK_PKI_DEVICE_HANDLE_st *device
 TAVIKPKI_API int TavikPKICryptoVerifyPwd(TAVIK_PKI_DEVICE_HANDLE_st *device, int pinType,
                                          const char *pin, int *retry);
 
-/* A scripted device for tests: GetPwdRetryNum answers retryStatus and
- * retryCount; each VerifyPwd takes the next answer (the last one repeats) and
- * an accepted or rejected answer becomes the new retry count. */
-typedef struct TavikPKIScriptedAnswer {
-    int result;
-    int retry;
-} TavikPKIScriptedAnswer;
-
-TAVIKPKI_API int TavikPKIDeviceOpenScripted(int retryStatus, int retryCount,
-                                            const TavikPKIScriptedAnswer *answers, int count,
-                                            TAVIK_PKI_DEVICE_HANDLE_st **device);
-/* How many times VerifyPwd reached the device (-1 for a non-scripted one). */
-TAVIKPKI_API int TavikPKIDeviceScriptedVerifyCalls(const TAVIK_PKI_DEVICE_HANDLE_st *device);
-
-/* ---- Test hooks ---- */
-
 /* Objects and buffers handed out and not yet released. */
 TAVIKPKI_API long tavik_debug_live_objects(void);
-/* Pins the toolkit's "now" (seconds since the epoch); 0 restores the clock. */
-TAVIKPKI_API void tavik_debug_set_now(int64_t epoch_seconds);
 
 #ifdef __cplusplus
 }

@@ -12,6 +12,7 @@
 
 #include "asn1.hpp"
 #include "objects.hpp"
+#include "tavik_unicode.hpp"
 
 namespace tavik::detail::asn1 {
 namespace {
@@ -63,43 +64,6 @@ bool isPrintable(unsigned char c) noexcept
     return std::memchr(" '()+,-./:=?", c, 12) != nullptr;
 }
 
-// RFC 3629: shortest forms only, no surrogates, nothing above U+10FFFF.
-bool validUtf8(Bytes s) noexcept
-{
-    std::size_t i = 0;
-    while (i < s.size()) {
-        const unsigned char c = s[i];
-        if (c < 0x80) {
-            ++i;
-            continue;
-        }
-        std::size_t extra = 0;
-        char32_t cp = 0;
-        char32_t min = 0;
-        if ((c & 0xE0) == 0xC0) {
-            extra = 1, cp = c & 0x1F, min = 0x80;
-        } else if ((c & 0xF0) == 0xE0) {
-            extra = 2, cp = c & 0x0F, min = 0x800;
-        } else if ((c & 0xF8) == 0xF0) {
-            extra = 3, cp = c & 0x07, min = 0x10000;
-        } else {
-            return false;
-        }
-        if (s.size() - i - 1 < extra)
-            return false;
-        for (std::size_t k = 1; k <= extra; ++k) {
-            const unsigned char cc = s[i + k];
-            if ((cc & 0xC0) != 0x80)
-                return false;
-            cp = (cp << 6) | (cc & 0x3F);
-        }
-        if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF))
-            return false;
-        i += extra + 1;
-    }
-    return true;
-}
-
 // Subidentifiers in base 128, each minimal, the last one complete.
 bool validOid(Bytes s) noexcept
 {
@@ -148,7 +112,7 @@ bool contentValid(int type, Bytes c) noexcept
     case Rule::Oid:
         return validOid(c);
     case Rule::Utf8:
-        return validUtf8(c);
+        return tavik::unicode::validUtf8(c.data(), c.size());
     case Rule::Printable:
         return allOf(c, isPrintable);
     case Rule::Ia5:
@@ -254,12 +218,10 @@ std::optional<std::int64_t> integerValue(Bytes c) noexcept
 
 tavik_asn1_value *newValue(int type, Bytes content, std::size_t encodedLength) noexcept
 {
-    try {
+    return tavik::detail::guard<tavik_asn1_value *>(nullptr, [&]() -> tavik_asn1_value * {
         return newObject<tavik_asn1_value_st>(
             type, std::vector<unsigned char>(content.begin(), content.end()), encodedLength);
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 } // namespace tavik::detail::asn1
@@ -277,8 +239,6 @@ bool isString(const tavik_asn1_value *value) noexcept
             return info.isString;
     return false;
 }
-
-using ObjectPtr = tavik::detail::OsslPtr<ASN1_OBJECT, ASN1_OBJECT_free>;
 
 } // namespace
 
@@ -351,22 +311,10 @@ char *tavik_asn1_oid_getstring(const tavik_asn1_value *value)
         value->content.size() > INT_MAX)
         return nullptr;
     // OpenSSL prints arcs of any size; the content was checked when decoded.
-    try {
-        const ObjectPtr object(
-            ASN1_OBJECT_create(NID_undef, const_cast<unsigned char *>(value->content.data()),
-                               static_cast<int>(value->content.size()), nullptr, nullptr));
-        if (!object)
-            return nullptr;
-        const int needed = OBJ_obj2txt(nullptr, 0, object.get(), 1);
-        if (needed <= 0 || needed == INT_MAX)
-            return nullptr;
-        std::vector<char> text(static_cast<std::size_t>(needed) + 1);
-        if (OBJ_obj2txt(text.data(), needed + 1, object.get(), 1) != needed)
-            return nullptr;
-        return tavik::detail::dupText(text.data(), static_cast<std::size_t>(needed));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    const tavik::detail::ObjectPtr object(
+        ASN1_OBJECT_create(NID_undef, const_cast<unsigned char *>(value->content.data()),
+                           static_cast<int>(value->content.size()), nullptr, nullptr));
+    return tavik::detail::dottedOid(object.get());
 }
 
 } // extern "C"

@@ -19,15 +19,9 @@
 
 namespace {
 
-using tavik::detail::OsslFree;
-using BioPtr = std::unique_ptr<BIO, OsslFree<BIO, BIO_free_all>>;
-using BitStringPtr =
-    std::unique_ptr<ASN1_BIT_STRING, OsslFree<ASN1_BIT_STRING, ASN1_BIT_STRING_free>>;
-
-struct OsslBytesFree {
-    void operator()(unsigned char *p) const noexcept { OPENSSL_free(p); }
-};
-using OsslBytesPtr = std::unique_ptr<unsigned char, OsslBytesFree>;
+using tavik::detail::BioPtr;
+using tavik::detail::BitStringPtr;
+using tavik::detail::OsslBytesPtr;
 
 // SubjectPublicKeyInfo.algorithm.algorithm (RFC 5280, 3279, 4055, 5480).
 struct KeyAlgorithm {
@@ -104,14 +98,6 @@ int curveCode(std::string_view shortName)
     return TAVIK_CURVE_UNNAMED;
 }
 
-std::optional<std::string_view> oidText(const ASN1_OBJECT *obj, std::array<char, 128> &buffer)
-{
-    const int n = OBJ_obj2txt(buffer.data(), static_cast<int>(buffer.size()), obj, 1);
-    if (n <= 0 || static_cast<std::size_t>(n) >= buffer.size())
-        return std::nullopt;
-    return std::string_view(buffer.data(), static_cast<std::size_t>(n));
-}
-
 // The SubjectPublicKeyInfo algorithm, read without decoding the key.
 struct SpkiAlgorithm {
     const ASN1_OBJECT *oid = nullptr;
@@ -138,11 +124,10 @@ std::optional<SpkiAlgorithm> spkiAlgorithm(X509 *x509)
 int keyAlgorithm(X509 *x509, std::int64_t &value)
 {
     const auto alg = spkiAlgorithm(x509);
-    std::array<char, 128> buffer{};
-    const auto oid = alg ? oidText(alg->oid, buffer) : std::nullopt;
+    const tavik::TextPtr oid(alg ? tavik::detail::dottedOid(alg->oid) : nullptr);
     if (!oid)
         return TAVIK_ERR_VERIFY;
-    value = keyAlgorithmCode(*oid);
+    value = keyAlgorithmCode(oid.get());
     return 1;
 }
 
@@ -151,15 +136,15 @@ int keyAlgorithm(X509 *x509, std::int64_t &value)
 int curve(X509 *x509, std::int64_t &value)
 {
     const auto alg = spkiAlgorithm(x509);
-    std::array<char, 128> buffer{};
-    const auto oid = alg ? oidText(alg->oid, buffer) : std::nullopt;
-    if (!oid)
+    const tavik::TextPtr text(alg ? tavik::detail::dottedOid(alg->oid) : nullptr);
+    if (!text)
         return TAVIK_ERR_VERIFY;
-    if (*oid == kOidSm2) {
+    const std::string_view oid = text.get();
+    if (oid == kOidSm2) {
         value = TAVIK_CURVE_SM2;
         return 1;
     }
-    if (*oid != kOidEcPublicKey)
+    if (oid != kOidEcPublicKey)
         return TAVIK_ERR_NOT_FOUND;
     if (alg->paramType != V_ASN1_OBJECT) {
         value = TAVIK_CURVE_UNNAMED;

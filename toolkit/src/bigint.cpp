@@ -16,13 +16,8 @@
 
 namespace {
 
-using tavik::detail::OsslFree;
-using BnPtr = std::unique_ptr<BIGNUM, OsslFree<BIGNUM, BN_free>>;
-
-struct OsslTextFree {
-    void operator()(char *p) const noexcept { OPENSSL_free(p); }
-};
-using OsslTextPtr = std::unique_ptr<char, OsslTextFree>;
+using tavik::detail::BnPtr;
+using tavik::detail::OsslTextPtr;
 
 } // namespace
 
@@ -34,12 +29,7 @@ namespace {
 
 tavik_biginteger *adopt(BnPtr value) noexcept
 {
-    if (!value)
-        return nullptr;
-    auto *n = new (std::nothrow) tavik_biginteger_st{std::move(value)};
-    if (n)
-        tavik::detail::liveAdd();
-    return n;
+    return value ? tavik::detail::newObject<tavik_biginteger_st>(std::move(value)) : nullptr;
 }
 
 } // namespace
@@ -85,10 +75,7 @@ tavik_biginteger *tavik_biginteger_newint(int64_t value)
 
 void tavik_biginteger_free(tavik_biginteger *n)
 {
-    if (!n)
-        return;
-    delete n;
-    tavik::detail::liveRemove();
+    tavik::detail::freeObject(n);
 }
 
 int tavik_biginteger_getbitcount(const tavik_biginteger *n)

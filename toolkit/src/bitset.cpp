@@ -40,22 +40,15 @@ tavik_bitset *tavik_bitset_new(const unsigned char *data, size_t length, int unu
     // Bit indexes are ints.
     if (length > static_cast<size_t>(INT_MAX / 8))
         return nullptr;
-    try {
-        auto *set =
-            new tavik_bitset_st{std::vector<unsigned char>(data, data + length), unusedbits};
-        tavik::detail::liveAdd();
-        return set;
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    return tavik::detail::guard<tavik_bitset *>(nullptr, [&] {
+        return tavik::detail::newObject<tavik_bitset_st>(
+            std::vector<unsigned char>(data, data + length), unusedbits);
+    });
 }
 
 void tavik_bitset_free(tavik_bitset *set)
 {
-    if (!set)
-        return;
-    delete set;
-    tavik::detail::liveRemove();
+    tavik::detail::freeObject(set);
 }
 
 int tavik_bitset_isset(const tavik_bitset *set, int index)

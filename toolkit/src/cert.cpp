@@ -22,14 +22,9 @@
 
 namespace {
 
-using tavik::detail::OsslFree;
+using tavik::detail::BioPtr;
+using tavik::detail::FilePtr;
 using tavik::detail::X509Ptr;
-using BioPtr = std::unique_ptr<BIO, OsslFree<BIO, BIO_free_all>>;
-
-struct FileClose {
-    void operator()(std::FILE *f) const noexcept { std::fclose(f); }
-};
-using FilePtr = std::unique_ptr<std::FILE, FileClose>;
 
 // Larger files are not certificates; the bound also stops reads of endless
 // device files.
@@ -90,6 +85,9 @@ X509Ptr decodePemBlock(std::string_view block)
 // The certificate blocks of PEM text in order. Other blocks (keys, parameters,
 // empty or damaged ones) and text between blocks are skipped unread; a damaged
 // certificate block fails the whole input.
+// Written by hand on purpose: PEM_X509_INFO_read_bio and PEM_read_bio_X509
+// stop at the first block they cannot decode, so a bundle with a damaged key
+// beside good certificates would load nothing.
 int decodePem(const unsigned char *data, std::size_t length, bool all, std::vector<X509Ptr> &out)
 {
     if (length > static_cast<std::size_t>(INT_MAX))
@@ -226,11 +224,9 @@ TAVIK_CERT_st *newCertHandle(X509 *x509) noexcept
         return nullptr;
     // Verification of SM2 signatures needs the default identifier attached.
     ensureSm2Id(owned.get());
-    auto *handle = new (std::nothrow) TAVIK_CERT_st{owned.get()};
-    if (!handle)
-        return nullptr;
-    owned.release();
-    liveAdd();
+    auto *handle = newObject<TAVIK_CERT_st>(owned.get());
+    if (handle)
+        owned.release();
     return handle;
 }
 
@@ -290,8 +286,7 @@ void TavikPKICertFreeCert(TAVIK_CERT_st *cert)
     if (!cert)
         return;
     const X509Ptr release(cert->x509);
-    delete cert;
-    tavik::detail::liveRemove();
+    tavik::detail::freeObject(cert);
 }
 
 void TavikPKICertFreeCertPath(TAVIK_CERT_st **path, int count)

@@ -14,18 +14,17 @@ bool knownPinType(int pinType)
     return pinType == 0 || pinType == 1;
 }
 
+} // namespace
+
 // Hands the device to a new handle, which counts as one live object.
-int wrap(std::unique_ptr<Device> device, TAVIK_PKI_DEVICE_HANDLE_st **out)
+int tavik::detail::adoptDevice(std::unique_ptr<Device> device, TAVIK_PKI_DEVICE_HANDLE_st **out)
 {
-    auto *handle = new (std::nothrow) TAVIK_PKI_DEVICE_HANDLE_st{std::move(device)};
+    auto *handle = tavik::detail::newObject<TAVIK_PKI_DEVICE_HANDLE_st>(std::move(device));
     if (!handle)
         return TAVIK_ERR_MEMORY;
-    tavik::detail::liveAdd();
     *out = handle;
     return 1;
 }
-
-} // namespace
 
 extern "C" {
 
@@ -33,36 +32,24 @@ int TavikPKIDeviceOpen(const char *module, const char *label, TAVIK_PKI_DEVICE_H
 {
     if (!device)
         return TAVIK_ERR_ARGUMENT;
-    try {
+    return tavik::detail::guard<int>(TAVIK_ERR_DEVICE, [&] {
         std::unique_ptr<Device> opened;
         const int rc = tavik::detail::openPkcs11Device(module, label, &opened);
-        if (rc != 1)
-            return rc;
-        return wrap(std::move(opened), device);
-    } catch (const std::bad_alloc &) {
-        return TAVIK_ERR_MEMORY;
-    } catch (...) {
-        return TAVIK_ERR_DEVICE;
-    }
+        return rc == 1 ? tavik::detail::adoptDevice(std::move(opened), device) : rc;
+    });
 }
 
 void TavikPKIDeviceClose(TAVIK_PKI_DEVICE_HANDLE_st *device)
 {
-    if (!device)
-        return;
-    delete device;
-    tavik::detail::liveRemove();
+    tavik::detail::freeObject(device);
 }
 
 int TavikPKICryptoGetPwdRetryNum(TAVIK_PKI_DEVICE_HANDLE_st *device, int pinType, int *count)
 {
     if (!device || !count || !knownPinType(pinType))
         return TAVIK_ERR_ARGUMENT;
-    try {
-        return device->device->retryCount(pinType, count);
-    } catch (...) {
-        return TAVIK_ERR_DEVICE;
-    }
+    return tavik::detail::guard<int>(TAVIK_ERR_DEVICE,
+                                     [&] { return device->device->retryCount(pinType, count); });
 }
 
 int TavikPKICryptoVerifyPwd(TAVIK_PKI_DEVICE_HANDLE_st *device, int pinType, const char *pin,
@@ -70,30 +57,8 @@ int TavikPKICryptoVerifyPwd(TAVIK_PKI_DEVICE_HANDLE_st *device, int pinType, con
 {
     if (!device || !pin || !retry || !knownPinType(pinType))
         return TAVIK_ERR_ARGUMENT;
-    try {
-        return device->device->verify(pinType, pin, retry);
-    } catch (...) {
-        return TAVIK_ERR_DEVICE;
-    }
-}
-
-int TavikPKIDeviceOpenScripted(int retryStatus, int retryCount,
-                               const TavikPKIScriptedAnswer *answers, int count,
-                               TAVIK_PKI_DEVICE_HANDLE_st **device)
-{
-    if (!device || count < 0 || (count > 0 && !answers))
-        return TAVIK_ERR_ARGUMENT;
-    try {
-        return wrap(tavik::detail::makeScriptedDevice(retryStatus, retryCount, answers, count),
-                    device);
-    } catch (const std::bad_alloc &) {
-        return TAVIK_ERR_MEMORY;
-    }
-}
-
-int TavikPKIDeviceScriptedVerifyCalls(const TAVIK_PKI_DEVICE_HANDLE_st *device)
-{
-    return device ? device->device->verifyCalls() : -1;
+    return tavik::detail::guard<int>(TAVIK_ERR_DEVICE,
+                                     [&] { return device->device->verify(pinType, pin, retry); });
 }
 
 } // extern "C"

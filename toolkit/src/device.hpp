@@ -25,11 +25,15 @@ class Device {
 // initialised token. Returns 1 and sets *out, or an error code.
 int openPkcs11Device(const char *module, const char *label, std::unique_ptr<Device> *out);
 
-std::unique_ptr<Device> makeScriptedDevice(int retryStatus, int retryCount,
-                                           const TavikPKIScriptedAnswer *answers, int count);
-
 } // namespace tavik::detail
 
 struct TAVIK_PKI_DEVICE_HANDLE_st {
     std::unique_ptr<tavik::detail::Device> device;
 };
+
+namespace tavik::detail {
+
+// Hands the device to a new handle. Returns 1, or TAVIK_ERR_MEMORY.
+int adoptDevice(std::unique_ptr<Device> device, TAVIK_PKI_DEVICE_HANDLE_st **out);
+
+} // namespace tavik::detail

@@ -8,26 +8,16 @@
 #include <vector>
 
 #include "device.hpp"
+#include "tavik_ptr.hpp"
 
 namespace tavik::detail {
 namespace {
 
-struct ReleaseModule {
-    void operator()(CK_FUNCTION_LIST *m) const noexcept { p11_kit_module_release(m); }
-};
-struct FinalizeModule {
-    void operator()(CK_FUNCTION_LIST *m) const noexcept
-    {
-        p11_kit_module_finalize(m);
-        p11_kit_module_release(m);
-    }
-};
-struct FinalizeModules {
-    void operator()(CK_FUNCTION_LIST **list) const noexcept
-    {
-        p11_kit_modules_finalize_and_release(list);
-    }
-};
+void finalizeModule(CK_FUNCTION_LIST *m) noexcept
+{
+    p11_kit_module_finalize(m);
+    p11_kit_module_release(m);
+}
 
 // Either one module loaded from a path or the registered set; each is
 // finalised and released once, by the function matching how it was loaded.
@@ -40,7 +30,8 @@ class Modules {
             m_set.reset(p11_kit_modules_load_and_initialize(0));
             return m_set ? 1 : TAVIK_ERR_DEVICE;
         }
-        std::unique_ptr<CK_FUNCTION_LIST, ReleaseModule> loaded(p11_kit_module_load(path, 0));
+        std::unique_ptr<CK_FUNCTION_LIST, tavik::Free<p11_kit_module_release>> loaded(
+            p11_kit_module_load(path, 0));
         if (!loaded || p11_kit_module_initialize(loaded.get()) != CKR_OK)
             return TAVIK_ERR_DEVICE;
         m_one.reset(loaded.release());
@@ -58,8 +49,8 @@ class Modules {
     }
 
   private:
-    std::unique_ptr<CK_FUNCTION_LIST, FinalizeModule> m_one;
-    std::unique_ptr<CK_FUNCTION_LIST *, FinalizeModules> m_set;
+    std::unique_ptr<CK_FUNCTION_LIST, tavik::Free<finalizeModule>> m_one;
+    std::unique_ptr<CK_FUNCTION_LIST *, tavik::Free<p11_kit_modules_finalize_and_release>> m_set;
 };
 
 class Session {

@@ -17,6 +17,7 @@ using tavik::detail::dupItem;
 using tavik::detail::freeObject;
 using tavik::detail::ItemPtr;
 using tavik::detail::newObject;
+using tavik::detail::wrap;
 
 struct tavik_cert_basicconstraints_st {
     ItemPtr<BASIC_CONSTRAINTS, BASIC_CONSTRAINTS_it> value;

@@ -14,6 +14,7 @@ using tavik::detail::dupItem;
 using tavik::detail::freeObject;
 using tavik::detail::ItemPtr;
 using tavik::detail::newObject;
+using tavik::detail::wrap;
 
 struct tavik_cert_akid_st {
     ItemPtr<AUTHORITY_KEYID, AUTHORITY_KEYID_it> value;

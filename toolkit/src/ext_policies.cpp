@@ -14,6 +14,7 @@ using tavik::detail::dupItem;
 using tavik::detail::freeObject;
 using tavik::detail::ItemPtr;
 using tavik::detail::newObject;
+using tavik::detail::wrap;
 
 struct tavik_cert_certpolicies_st {
     ItemPtr<CERTIFICATEPOLICIES, CERTIFICATEPOLICIES_it> value;
@@ -38,14 +39,9 @@ int qualifierNid(const tavik_cert_polqualifierinfo *qualifier) noexcept
 // DER of one value of the item; null on failure.
 tavik_data_blob *encodeItem(const void *value, const ASN1_ITEM *item) noexcept
 {
-    if (!value)
-        return nullptr;
-    unsigned char *der = nullptr;
-    const int length = ASN1_item_i2d(static_cast<const ASN1_VALUE *>(value), &der, item);
-    const tavik::detail::OsslPtr<unsigned char, tavik::detail::opensslFree> owned(der);
-    if (length <= 0)
-        return nullptr;
-    return tavik_data_blob_new(der, static_cast<std::size_t>(length));
+    return tavik::detail::encodeBlob(value, [item](const void *v, unsigned char **out) {
+        return ASN1_item_i2d(static_cast<const ASN1_VALUE *>(v), out, item);
+    });
 }
 
 } // namespace

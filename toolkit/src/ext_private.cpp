@@ -1,17 +1,15 @@
-// Private extensions read with the toolkit's DER reader: identification items
-// and the digest infos of old certificates. Each level must be exactly one
-// well-formed DER value: trailing bytes are refused everywhere.
+// Private extensions read with OpenSSL's ASN.1 templates: identification
+// items and the digest infos of old certificates. Each value must be exactly
+// its DER encoding: trailing bytes and BER forms are refused.
+#include <openssl/asn1t.h>
 #include <openssl/x509.h>
 
-#include <new>
 #include <optional>
 #include <vector>
 
 #include "asn1.hpp"
+#include "extensions.hpp"
 #include "objects.hpp"
-#include "tavik_ptr.hpp"
-
-namespace asn1 = tavik::detail::asn1;
 
 struct tavik_cert_identificationitem_st {
     std::optional<std::int64_t> type; // absent when it does not fit 64 bits
@@ -32,28 +30,56 @@ struct tavik_cert_digestinfolist_st {
     std::vector<tavik_cert_digestinfo_st> items;
 };
 
+namespace asn1 = tavik::detail::asn1;
+
 namespace {
 
-using asn1::Bytes;
+//   IdentificationItem ::= SEQUENCE { type INTEGER, encoding INTEGER, value OCTET STRING }
+struct ID_ITEM {
+    ASN1_INTEGER *type;
+    ASN1_INTEGER *encoding;
+    ASN1_OCTET_STRING *value;
+};
+ASN1_SEQUENCE(ID_ITEM) =
+    {
+        ASN1_SIMPLE(ID_ITEM, type, ASN1_INTEGER),
+        ASN1_SIMPLE(ID_ITEM, encoding, ASN1_INTEGER),
+        ASN1_SIMPLE(ID_ITEM, value, ASN1_OCTET_STRING),
+} ASN1_SEQUENCE_END(ID_ITEM)
 
-constexpr int kSequenceTag = 16;
+        DEFINE_STACK_OF(ID_ITEM) using ID_ITEMS = STACK_OF(ID_ITEM);
+ASN1_ITEM_TEMPLATE(ID_ITEMS) = ASN1_EX_TEMPLATE_TYPE(ASN1_TFLG_SEQUENCE_OF, 0, IdentificationItems,
+                                                     ID_ITEM) ASN1_ITEM_TEMPLATE_END(ID_ITEMS)
+
+    //   DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }
+    // is OpenSSL's X509_SIG.
+    using DIGEST_INFOS = STACK_OF(X509_SIG);
+ASN1_ITEM_TEMPLATE(DIGEST_INFOS) = ASN1_EX_TEMPLATE_TYPE(ASN1_TFLG_SEQUENCE_OF, 0, DigestInfos,
+                                                         X509_SIG)
+    ASN1_ITEM_TEMPLATE_END(DIGEST_INFOS)
+
+        std::vector<unsigned char> bytesOf(const ASN1_STRING *string)
+{
+    const unsigned char *data = ASN1_STRING_get0_data(string);
+    return std::vector<unsigned char>(data, data + ASN1_STRING_length(string));
+}
+
+std::optional<std::int64_t> int64Of(const ASN1_INTEGER *value)
+{
+    std::int64_t out = 0;
+    if (ASN1_INTEGER_get_int64(&out, value) != 1)
+        return std::nullopt;
+    return out;
+}
+
+std::optional<tavik_cert_identificationitem_st> readItem(const ID_ITEM *item)
+{
+    return tavik_cert_identificationitem_st{int64Of(item->type), int64Of(item->encoding),
+                                            bytesOf(item->value)};
+}
+
 // Nesting allowed inside algorithm parameters, far beyond any real one.
 constexpr int kMaxDepth = 32;
-
-std::vector<unsigned char> copyOf(Bytes bytes)
-{
-    return {bytes.begin(), bytes.end()};
-}
-
-// The content of a universal SEQUENCE at bytes[pos].
-std::optional<Bytes> readSequence(Bytes bytes, std::size_t &pos) noexcept
-{
-    const auto tlv = asn1::readTlv(bytes, pos);
-    if (!tlv || tlv->id.cls != TAVIK_ASN1_CLASS_UNIVERSAL || !tlv->id.constructed ||
-        tlv->id.tag != kSequenceTag)
-        return std::nullopt;
-    return tlv->content;
-}
 
 // Every TLV inside a constructed value is definite-length DER as well.
 bool wellFormed(const asn1::Tlv &tlv, int depth) noexcept
@@ -70,87 +96,54 @@ bool wellFormed(const asn1::Tlv &tlv, int depth) noexcept
     return true;
 }
 
-// The elements of a SEQUENCE OF spanning the whole value, each read by read.
-template <class T, class Read> std::optional<std::vector<T>> readSequenceOf(Bytes value, Read read)
+// OpenSSL keeps constructed parameters (ANY) as their raw encoding, BER
+// included, so they are walked here.
+bool parametersWellFormed(const X509_ALGOR *algorithm) noexcept
 {
+    const ASN1_TYPE *param = algorithm->parameter;
+    if (!param || (param->type != V_ASN1_SEQUENCE && param->type != V_ASN1_SET &&
+                   param->type != V_ASN1_OTHER))
+        return true;
+    const asn1::Bytes raw(ASN1_STRING_get0_data(param->value.asn1_string),
+                          static_cast<std::size_t>(ASN1_STRING_length(param->value.asn1_string)));
     std::size_t pos = 0;
-    const auto list = readSequence(value, pos);
-    if (!list || pos != value.size())
-        return std::nullopt;
-    std::vector<T> items;
-    for (std::size_t at = 0; at < list->size();) {
-        const auto element = readSequence(*list, at);
-        std::optional<T> item = element ? read(*element) : std::nullopt;
-        if (!item)
-            return std::nullopt;
-        items.push_back(std::move(*item));
-    }
-    return items;
+    const auto tlv = asn1::readTlv(raw, pos);
+    return tlv && pos == raw.size() && wellFormed(*tlv, 0);
 }
 
-// SEQUENCE { type INTEGER, encoding INTEGER, value OCTET STRING }
-std::optional<tavik_cert_identificationitem_st> readItem(Bytes fields)
+std::optional<tavik_cert_digestinfo_st> readDigestInfo(const X509_SIG *info)
 {
-    std::size_t pos = 0;
-    const auto type = asn1::readTyped(fields, pos, TAVIK_ASN1_INTEGER);
-    if (!type)
+    const X509_ALGOR *algorithm = nullptr;
+    const ASN1_OCTET_STRING *digest = nullptr;
+    X509_SIG_get0(info, &algorithm, &digest);
+    if (!algorithm || !parametersWellFormed(algorithm))
         return std::nullopt;
-    const auto encoding = asn1::readTyped(fields, pos, TAVIK_ASN1_INTEGER);
-    if (!encoding)
+    auto encoded = tavik::detail::encode(algorithm, i2d_X509_ALGOR);
+    if (!encoded || !digest)
         return std::nullopt;
-    const auto value = asn1::readTyped(fields, pos, TAVIK_ASN1_OCTET_STRING);
-    if (!value || pos != fields.size())
-        return std::nullopt;
-    return tavik_cert_identificationitem_st{asn1::integerValue(type->content),
-                                            asn1::integerValue(encoding->content),
-                                            copyOf(value->content)};
+    return tavik_cert_digestinfo_st{std::move(*encoded), bytesOf(digest)};
 }
 
-// AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER,
-//                                    parameters ANY DEFINED BY algorithm OPTIONAL }
-// DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }
-std::optional<tavik_cert_digestinfo_st> readDigestInfo(Bytes fields)
-{
-    std::size_t pos = 0;
-    const auto algorithm = asn1::readTlv(fields, pos);
-    if (!algorithm || algorithm->id.cls != TAVIK_ASN1_CLASS_UNIVERSAL ||
-        !algorithm->id.constructed || algorithm->id.tag != kSequenceTag)
-        return std::nullopt;
-    const auto digest = asn1::readTyped(fields, pos, TAVIK_ASN1_OCTET_STRING);
-    if (!digest || pos != fields.size())
-        return std::nullopt;
-
-    std::size_t at = 0;
-    const Bytes parts = algorithm->content;
-    if (!asn1::readTyped(parts, at, TAVIK_ASN1_OID))
-        return std::nullopt;
-    if (at < parts.size()) {
-        const auto parameters = asn1::readTlv(parts, at);
-        if (!parameters || !wellFormed(*parameters, 0) || at != parts.size())
-            return std::nullopt;
-    }
-    return tavik_cert_digestinfo_st{copyOf(algorithm->encoding), copyOf(digest->content)};
-}
-
-// The extension's value, or nothing.
-std::optional<std::vector<unsigned char>> valueOf(const tavik_cert_ext *ext)
-{
-    const tavik::BlobPtr blob(ext ? tavik_cert_ext_getvalue(ext) : nullptr);
-    if (!blob || !blob->data || blob->length > asn1::kMaxLength)
-        return std::nullopt;
-    return std::vector<unsigned char>(blob->data, blob->data + blob->length);
-}
-
-template <class List, class Item, class Read>
+// A SEQUENCE OF spanning the whole extension value, each element read by read.
+template <class List, class Element, class Stack, const ASN1_ITEM *(*Item)(), class Read>
 List *convert(const tavik_cert_ext *ext, Read read) noexcept
 {
-    try {
-        const auto value = valueOf(ext);
-        auto items = value ? readSequenceOf<Item>(*value, read) : std::nullopt;
-        return items ? tavik::detail::newObject<List>(std::move(*items)) : nullptr;
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    return tavik::detail::guard<List *>(nullptr, [&]() -> List * {
+        const tavik::detail::DerBytes value = tavik::detail::extValue(ext);
+        const auto stack = tavik::detail::decodeItemDer<Stack, Item>(
+            value.data, static_cast<std::size_t>(value.length));
+        if (!stack)
+            return nullptr;
+        decltype(List::items) items;
+        const auto *list = reinterpret_cast<const OPENSSL_STACK *>(stack.get());
+        for (int i = 0; i < OPENSSL_sk_num(list); ++i) {
+            auto item = read(static_cast<const Element *>(OPENSSL_sk_value(list, i)));
+            if (!item)
+                return nullptr;
+            items.push_back(std::move(*item));
+        }
+        return tavik::detail::newObject<List>(std::move(items));
+    });
 }
 
 template <class List> int countOf(const List *list) noexcept
@@ -184,8 +177,8 @@ extern "C" {
 
 tavik_cert_identificationitems *tavik_cert_ext_toidentificationitems(const tavik_cert_ext *ext)
 {
-    return convert<tavik_cert_identificationitems_st, tavik_cert_identificationitem_st>(ext,
-                                                                                        readItem);
+    return convert<tavik_cert_identificationitems_st, ID_ITEM, ID_ITEMS, ID_ITEMS_it>(ext,
+                                                                                      readItem);
 }
 
 void tavik_cert_identificationitems_free(tavik_cert_identificationitems *items)
@@ -227,7 +220,8 @@ tavik_data_blob *tavik_cert_identificationitem_getvalue(const tavik_cert_identif
 
 tavik_cert_digestinfolist *tavik_cert_ext_todigestinfolist(const tavik_cert_ext *ext)
 {
-    return convert<tavik_cert_digestinfolist_st, tavik_cert_digestinfo_st>(ext, readDigestInfo);
+    return convert<tavik_cert_digestinfolist_st, X509_SIG, DIGEST_INFOS, DIGEST_INFOS_it>(
+        ext, readDigestInfo);
 }
 
 void tavik_cert_digestinfolist_free(tavik_cert_digestinfolist *list)
@@ -253,7 +247,7 @@ void tavik_cert_digestinfo_free(tavik_cert_digestinfo *info)
 
 tavik_cert_algorithmid *tavik_cert_digestinfo_getalgorithm(const tavik_cert_digestinfo *info)
 {
-    if (!info || info->algorithm.size() > asn1::kMaxLength)
+    if (!info || info->algorithm.size() > static_cast<std::size_t>(LONG_MAX))
         return nullptr;
     const unsigned char *p = info->algorithm.data();
     const tavik::detail::AlgorPtr algorithm(

@@ -43,28 +43,6 @@ DerBytes extValue(const tavik_cert_ext *ext) noexcept
     return {data, length};
 }
 
-char *dottedOid(const ASN1_OBJECT *oid) noexcept
-{
-    if (!oid || OBJ_length(oid) == 0)
-        return nullptr;
-    // The first call measures: OIDs have no length limit.
-    char probe[80];
-    const int n = OBJ_obj2txt(probe, sizeof probe, oid, 1);
-    if (n <= 0)
-        return nullptr;
-    if (static_cast<std::size_t>(n) < sizeof probe)
-        return dupText(probe, static_cast<std::size_t>(n));
-    std::vector<char> buffer;
-    try {
-        buffer.resize(static_cast<std::size_t>(n) + 1);
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
-    if (OBJ_obj2txt(buffer.data(), n + 1, oid, 1) != n)
-        return nullptr;
-    return dupText(buffer.data(), static_cast<std::size_t>(n));
-}
-
 } // namespace tavik::detail
 
 namespace {
@@ -100,7 +78,7 @@ tavik_cert_exts *tavik_cert_getexts(TAVIK_CERT_st *cert)
     if (count == 0)
         return nullptr;
     const STACK_OF(X509_EXTENSION) *stack = X509_get0_extensions(cert->x509);
-    try {
+    return tavik::detail::guard<tavik_cert_exts *>(nullptr, [&]() -> tavik_cert_exts * {
         std::vector<ExtensionPtr> items;
         items.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i) {
@@ -110,9 +88,7 @@ tavik_cert_exts *tavik_cert_getexts(TAVIK_CERT_st *cert)
             items.push_back(std::move(copy));
         }
         return newObject<tavik_cert_exts_st>(std::move(items));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 void tavik_cert_exts_free(tavik_cert_exts *exts)

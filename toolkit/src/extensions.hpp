@@ -19,13 +19,12 @@ struct tavik_cert_ext_st {
 namespace tavik::detail {
 
 // Owner of a value of the ASN.1 item, released with the item's template.
-template <const ASN1_ITEM *(*Item)()> struct ItemFree {
-    template <class T> void operator()(T *p) const noexcept
-    {
-        ASN1_item_free(reinterpret_cast<ASN1_VALUE *>(p), Item());
-    }
-};
-template <class T, const ASN1_ITEM *(*Item)()> using ItemPtr = std::unique_ptr<T, ItemFree<Item>>;
+template <const ASN1_ITEM *(*Item)()> void itemFree(void *p) noexcept
+{
+    ASN1_item_free(static_cast<ASN1_VALUE *>(p), Item());
+}
+template <class T, const ASN1_ITEM *(*Item)()>
+using ItemPtr = std::unique_ptr<T, tavik::Free<itemFree<Item>>>;
 
 // The bytes of one DER value; null data when there is none.
 struct DerBytes {
@@ -52,6 +51,28 @@ ItemPtr<T, Item> decodeWhole(const tavik_cert_ext *ext) noexcept
     return out;
 }
 
+// A value of the item, only when data is its whole DER encoding.
+template <class T, const ASN1_ITEM *(*Item)()>
+ItemPtr<T, Item> decodeItemDer(const unsigned char *data, std::size_t length) noexcept
+{
+    return decodeDer<ItemPtr<T, Item>>(
+        data, length,
+        [](T **, const unsigned char **in, long size) {
+            return reinterpret_cast<T *>(ASN1_item_d2i(nullptr, in, size, Item()));
+        },
+        [](const T *value, unsigned char **out) {
+            return ASN1_item_i2d(reinterpret_cast<const ASN1_VALUE *>(value), out, Item());
+        });
+}
+
+// The magnitude of a non-negative INTEGER; null for a negative one.
+inline OsslPtr<BIGNUM, BN_free> magnitudeOf(const ASN1_INTEGER *value) noexcept
+{
+    if (!value || ASN1_STRING_type(value) != V_ASN1_INTEGER)
+        return nullptr;
+    return OsslPtr<BIGNUM, BN_free>(ASN1_INTEGER_to_BN(value, nullptr));
+}
+
 // A deep copy of a value of the item (through its encoding); null on failure.
 template <class T, const ASN1_ITEM *(*Item)()> ItemPtr<T, Item> dupItem(const T *value) noexcept
 {
@@ -65,14 +86,5 @@ template <class Handle, class Ptr> Handle *wrap(Ptr value) noexcept
 {
     return value ? newObject<Handle>(std::move(value)) : nullptr;
 }
-
-// Releases what OpenSSL allocated for an encoding.
-inline void opensslFree(unsigned char *p) noexcept
-{
-    OPENSSL_free(p);
-}
-
-// Dotted text of an OID in the toolkit heap; null on failure.
-char *dottedOid(const ASN1_OBJECT *oid) noexcept;
 
 } // namespace tavik::detail

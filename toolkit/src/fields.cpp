@@ -2,7 +2,9 @@
 // and subject, the signature value, unique identifiers, the encoding and the
 // digests the viewer shows as thumbprints.
 #include <openssl/asn1.h>
+#include <openssl/asn1t.h>
 #include <openssl/bn.h>
+#include <openssl/ec.h>
 #include <openssl/evp.h>
 #include <openssl/objects.h>
 #include <openssl/x509.h>
@@ -17,37 +19,21 @@
 #include <utility>
 #include <vector>
 
-#include "der.hpp"
+#include "extensions.hpp"
 #include "internal.hpp"
 #include "objects.hpp"
 #include "values.hpp"
 
 namespace {
 
+using tavik::detail::BnPtr;
 using tavik::detail::freeObject;
 using tavik::detail::newObject;
 using tavik::detail::OsslPtr;
-namespace der = tavik::detail::der;
-using BnPtr = OsslPtr<BIGNUM, BN_free>;
 
-struct Asn1ValueFree {
-    void operator()(tavik_asn1_value *value) const noexcept { tavik_asn1_value_free(value); }
-};
-using Asn1ValuePtr = std::unique_ptr<tavik_asn1_value, Asn1ValueFree>;
+using tavik::Asn1ValuePtr;
 
 constexpr std::string_view kOidDsa = "1.2.840.10040.4.1";
-
-// Dotted text of an OID; nullopt when OpenSSL cannot write it.
-std::optional<std::string> dottedOid(const ASN1_OBJECT *oid)
-{
-    const int length = oid ? OBJ_obj2txt(nullptr, 0, oid, 1) : 0;
-    if (length <= 0)
-        return std::nullopt;
-    std::vector<char> text(static_cast<std::size_t>(length) + 1);
-    if (OBJ_obj2txt(text.data(), length + 1, oid, 1) != length)
-        return std::nullopt;
-    return std::string(text.data(), static_cast<std::size_t>(length));
-}
 
 tavik_data_blob *blobOf(const ASN1_STRING *string) noexcept
 {
@@ -59,19 +45,33 @@ tavik_data_blob *blobOf(const ASN1_STRING *string) noexcept
     return tavik_data_blob_new(ASN1_STRING_get0_data(string), static_cast<std::size_t>(length));
 }
 
-// A magnitude copied into tavik_malloc memory.
-struct TavikFree {
-    void operator()(unsigned char *p) const noexcept { tavik_free(p); }
-};
-using TavikBytes = std::unique_ptr<unsigned char, TavikFree>;
-
-TavikBytes copyOut(der::Bytes bytes) noexcept
+// A magnitude copied into tavik_malloc memory, big-endian; zero is one 00.
+tavik::BytesPtr copyOut(const BIGNUM *value, int &length) noexcept
 {
-    TavikBytes out(static_cast<unsigned char *>(tavik_malloc(bytes.size(), __FILE__, __LINE__)));
-    if (out)
-        std::memcpy(out.get(), bytes.data(), bytes.size());
-    return out;
+    const int size = std::max(BN_num_bytes(value), 1);
+    tavik::BytesPtr out(static_cast<unsigned char *>(
+        tavik_malloc(static_cast<std::size_t>(size), __FILE__, __LINE__)));
+    if (out && BN_bn2binpad(value, out.get(), size) == size) {
+        length = size;
+        return out;
+    }
+    return nullptr;
 }
+
+//   Dss-Parms ::= SEQUENCE { p INTEGER, q INTEGER, g INTEGER }
+struct DSS_PARMS {
+    ASN1_INTEGER *p;
+    ASN1_INTEGER *q;
+    ASN1_INTEGER *g;
+};
+ASN1_SEQUENCE(DSS_PARMS) =
+    {
+        ASN1_SIMPLE(DSS_PARMS, p, ASN1_INTEGER),
+        ASN1_SIMPLE(DSS_PARMS, q, ASN1_INTEGER),
+        ASN1_SIMPLE(DSS_PARMS, g, ASN1_INTEGER),
+} ASN1_SEQUENCE_END(DSS_PARMS)
+
+        using EcdsaSigPtr = OsslPtr<ECDSA_SIG, ECDSA_SIG_free>;
 
 int digest(const EVP_MD *md, const unsigned char *data, size_t length, unsigned char *out,
            size_t *outlength) noexcept
@@ -119,24 +119,23 @@ tavik_cert_algorithmid *newAlgorithmId(const X509_ALGOR *alg) noexcept
 {
     if (!alg)
         return nullptr;
-    try {
-        auto oid = dottedOid(alg->algorithm);
-        if (!oid)
-            return nullptr;
-        const ASN1_TYPE *param = alg->parameter;
-        std::vector<unsigned char> params;
-        if (param) {
-            auto encoded = der::encode(param, i2d_ASN1_TYPE);
-            if (!encoded)
+    return tavik::detail::guard<tavik_cert_algorithmid *>(
+        nullptr, [&]() -> tavik_cert_algorithmid * {
+            const tavik::TextPtr oid(tavik::detail::dottedOid(alg->algorithm));
+            if (!oid)
                 return nullptr;
-            params = std::move(*encoded);
-        }
-        return newObject<tavik_cert_algorithmid_st>(std::move(*oid), param != nullptr,
-                                                    param && param->type == V_ASN1_NULL,
-                                                    std::move(params));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+            const ASN1_TYPE *param = alg->parameter;
+            std::vector<unsigned char> params;
+            if (param) {
+                auto encoded = tavik::detail::encode(param, i2d_ASN1_TYPE);
+                if (!encoded)
+                    return nullptr;
+                params = std::move(*encoded);
+            }
+            return newObject<tavik_cert_algorithmid_st>(std::string(oid.get()), param != nullptr,
+                                                        param && param->type == V_ASN1_NULL,
+                                                        std::move(params));
+        });
 }
 
 } // namespace tavik::detail
@@ -159,8 +158,8 @@ int tavik_cert_getserialnumber_ex(TAVIK_CERT_st *cert, tavik_asn1_value **serial
     X509 *x509 = x509Of(cert);
     if (!x509 || !serial)
         return TAVIK_ERR_ARGUMENT;
-    try {
-        const auto encoded = der::encode(X509_get0_serialNumber(x509), i2d_ASN1_INTEGER);
+    return tavik::detail::guard<int>(TAVIK_ERR_MEMORY, [&]() -> int {
+        const auto encoded = tavik::detail::encode(X509_get0_serialNumber(x509), i2d_ASN1_INTEGER);
         if (!encoded)
             return TAVIK_ERR_VERIFY;
         tavik_asn1_value *raw = nullptr;
@@ -173,20 +172,15 @@ int tavik_cert_getserialnumber_ex(TAVIK_CERT_st *cert, tavik_asn1_value **serial
             return TAVIK_ERR_VERIFY;
         *serial = value.release();
         return 1;
-    } catch (const std::bad_alloc &) {
-        return TAVIK_ERR_MEMORY;
-    }
+    });
 }
 
-//   signatureAlgorithm AlgorithmIdentifier (the outer one, after tbsCertificate)
+//   signature AlgorithmIdentifier, the field of tbsCertificate, which old
+// certificates may set apart from the outer signatureAlgorithm.
 tavik_cert_algorithmid *tavik_cert_getsignalgorithm(TAVIK_CERT_st *cert)
 {
     X509 *x509 = x509Of(cert);
-    if (!x509)
-        return nullptr;
-    const X509_ALGOR *alg = nullptr;
-    X509_get0_signature(nullptr, &alg, x509);
-    return tavik::detail::newAlgorithmId(alg);
+    return x509 ? tavik::detail::newAlgorithmId(X509_get0_tbs_sigalg(x509)) : nullptr;
 }
 
 //   SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, ... }
@@ -227,21 +221,19 @@ tavik_data_blob *tavik_cert_algorithmid_getparamsencode(const tavik_cert_algorit
     return tavik_data_blob_new(alg->params.data(), alg->params.size());
 }
 
-//   Dss-Parms ::= SEQUENCE { p INTEGER, q INTEGER, g INTEGER }
-// (the parameters of id-dsa; each a positive integer).
+// The parameters of id-dsa, Dss-Parms, each a non-negative integer.
 tavik_cert_dssparams *tavik_cert_algorithmid_getdssparams(const tavik_cert_algorithmid *alg)
 {
     if (!alg || alg->oid != kOidDsa || !alg->hasParams)
         return nullptr;
-    const auto values = der::readUnsignedSequence<3>(alg->params);
-    if (!values)
+    using tavik::detail::magnitudeOf;
+    const auto parms = tavik::detail::decodeItemDer<DSS_PARMS, DSS_PARMS_it>(alg->params.data(),
+                                                                             alg->params.size());
+    if (!parms)
         return nullptr;
-    auto toBn = [](der::Bytes magnitude) {
-        return BnPtr(BN_bin2bn(magnitude.data(), static_cast<int>(magnitude.size()), nullptr));
-    };
-    BnPtr p = toBn((*values)[0]);
-    BnPtr q = toBn((*values)[1]);
-    BnPtr g = toBn((*values)[2]);
+    BnPtr p = magnitudeOf(parms->p);
+    BnPtr q = magnitudeOf(parms->q);
+    BnPtr g = magnitudeOf(parms->g);
     if (!p || !q || !g)
         return nullptr;
     return newObject<tavik_cert_dssparams_st>(std::move(p), std::move(q), std::move(g));
@@ -292,23 +284,24 @@ tavik_data_blob *tavik_cert_getsignvalue(TAVIK_CERT_st *cert)
 }
 
 //   Dss-Sig-Value / ECDSA-Sig-Value / SM2Signature ::= SEQUENCE { r INTEGER, s INTEGER }
+// all read by OpenSSL's own decoder of the pair.
 int TavikPKICryptoDecodeECCSignature(const unsigned char *signature, int length, unsigned char **r,
                                      int *rlength, unsigned char **s, int *slength)
 {
     if (!signature || length <= 0 || !r || !rlength || !s || !slength)
         return TAVIK_ERR_ARGUMENT;
-    const auto values =
-        der::readUnsignedSequence<2>(der::Bytes(signature, static_cast<std::size_t>(length)));
-    if (!values)
+    // d2i_ECDSA_SIG refuses negative and padded integers itself.
+    const EcdsaSigPtr sig = tavik::detail::decodeDer<EcdsaSigPtr>(
+        signature, static_cast<std::size_t>(length), d2i_ECDSA_SIG, i2d_ECDSA_SIG);
+    if (!sig)
         return TAVIK_ERR_ARGUMENT;
-    const auto &[rBytes, sBytes] = *values;
-    TavikBytes rOut = copyOut(rBytes);
-    TavikBytes sOut = copyOut(sBytes);
+    int rSize = 0, sSize = 0;
+    tavik::BytesPtr rOut = copyOut(ECDSA_SIG_get0_r(sig.get()), rSize);
+    tavik::BytesPtr sOut = copyOut(ECDSA_SIG_get0_s(sig.get()), sSize);
     if (!rOut || !sOut)
         return TAVIK_ERR_MEMORY;
-    // Both magnitudes lie within length, so they fit in an int.
-    *rlength = static_cast<int>(rBytes.size());
-    *slength = static_cast<int>(sBytes.size());
+    *rlength = rSize;
+    *slength = sSize;
     *r = rOut.release();
     *s = sOut.release();
     return 1;
@@ -355,12 +348,10 @@ tavik_bitset *tavik_cert_getsubjectuid(TAVIK_CERT_st *cert)
 //   Certificate ::= SEQUENCE { tbsCertificate, signatureAlgorithm, signatureValue }
 tavik_data_blob *tavik_cert_encode(TAVIK_CERT_st *cert)
 {
-    try {
-        const auto encoded = der::encode(x509Of(cert), i2d_X509);
+    return tavik::detail::guard<tavik_data_blob *>(nullptr, [&]() -> tavik_data_blob * {
+        const auto encoded = tavik::detail::encode(x509Of(cert), i2d_X509);
         return encoded ? tavik_data_blob_new(encoded->data(), encoded->size()) : nullptr;
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 int tavik_crypto_md5(const unsigned char *data, size_t length, unsigned char *out,

@@ -1,6 +1,7 @@
 // Public keys: the SubjectPublicKeyInfo, RSA moduli and exponents, EC points
 // and domain parameters (SM2 included). The key is taken apart only here, when
 // a caller asks for it, never while a certificate loads.
+#include <openssl/asn1t.h>
 #include <openssl/bn.h>
 #include <openssl/ec.h>
 #include <openssl/objects.h>
@@ -17,7 +18,7 @@
 #include <utility>
 #include <vector>
 
-#include "der.hpp"
+#include "extensions.hpp"
 #include "internal.hpp"
 #include "objects.hpp"
 #include "values.hpp"
@@ -25,11 +26,10 @@
 namespace {
 
 using tavik::detail::AlgorPtr;
+using tavik::detail::BnPtr;
 using tavik::detail::freeObject;
 using tavik::detail::newObject;
 using tavik::detail::OsslPtr;
-namespace der = tavik::detail::der;
-using BnPtr = OsslPtr<BIGNUM, BN_free>;
 using GroupPtr = OsslPtr<EC_GROUP, EC_GROUP_free>;
 using PointPtr = OsslPtr<EC_POINT, EC_POINT_free>;
 
@@ -69,10 +69,17 @@ std::optional<KeyKind> keyKind(const ASN1_OBJECT *oid)
     return it != kKeyAlgorithms.end() ? std::optional(it->kind) : std::nullopt;
 }
 
-BnPtr toBn(der::Bytes magnitude)
-{
-    return BnPtr(BN_bin2bn(magnitude.data(), static_cast<int>(magnitude.size()), nullptr));
-}
+//   RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
+// Read with this template rather than d2i_RSAPublicKey, which builds a
+// (deprecated) RSA key object.
+struct RSA_PUBLIC_KEY {
+    ASN1_INTEGER *modulus;
+    ASN1_INTEGER *exponent;
+};
+ASN1_SEQUENCE(RSA_PUBLIC_KEY) = {
+    ASN1_SIMPLE(RSA_PUBLIC_KEY, modulus, ASN1_INTEGER),
+    ASN1_SIMPLE(RSA_PUBLIC_KEY, exponent, ASN1_INTEGER),
+} ASN1_SEQUENCE_END(RSA_PUBLIC_KEY)
 
 } // namespace
 
@@ -131,7 +138,7 @@ std::optional<tavik_ecc_domainparameters_st> domainOf(const X509_ALGOR &alg, Key
     }
     if (param->type != V_ASN1_SEQUENCE)
         return std::nullopt;
-    const auto encoded = der::encode(param, i2d_ASN1_TYPE);
+    const auto encoded = tavik::detail::encode(param, i2d_ASN1_TYPE);
     if (!encoded || encoded->size() > static_cast<std::size_t>(LONG_MAX))
         return std::nullopt;
     const unsigned char *p = encoded->data();
@@ -163,17 +170,15 @@ tavik_cert_pubkey *tavik_cert_getpubkey(TAVIK_CERT_st *cert)
     if (!spki || X509_PUBKEY_get0_param(nullptr, &key, &keyLength, &alg, spki) != 1 || !alg ||
         keyLength < 0 || (!key && keyLength))
         return nullptr;
-    try {
-        auto encoding = der::encode(spki, i2d_X509_PUBKEY);
+    return tavik::detail::guard<tavik_cert_pubkey *>(nullptr, [&]() -> tavik_cert_pubkey * {
+        auto encoding = tavik::detail::encode(spki, i2d_X509_PUBKEY);
         AlgorPtr algorithm(X509_ALGOR_dup(alg));
         if (!encoding || !algorithm)
             return nullptr;
         std::vector<unsigned char> bytes(key, key + keyLength);
         return newObject<tavik_cert_pubkey_st>(std::move(*encoding), std::move(algorithm),
                                                std::move(bytes));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 void tavik_cert_pubkey_free(tavik_cert_pubkey *key)
@@ -192,11 +197,12 @@ tavik_crypto_rsakey *tavik_cert_pubkey_torsapubkey(const tavik_cert_pubkey *key)
 {
     if (!key || keyKind(key->algorithm->algorithm) != KeyKind::Rsa)
         return nullptr;
-    const auto values = der::readUnsignedSequence<2>(key->key);
-    if (!values)
+    const auto value = tavik::detail::decodeItemDer<RSA_PUBLIC_KEY, RSA_PUBLIC_KEY_it>(
+        key->key.data(), key->key.size());
+    if (!value)
         return nullptr;
-    BnPtr modulus = toBn((*values)[0]);
-    BnPtr exponent = toBn((*values)[1]);
+    BnPtr modulus = tavik::detail::magnitudeOf(value->modulus);
+    BnPtr exponent = tavik::detail::magnitudeOf(value->exponent);
     if (!modulus || !exponent || BN_is_zero(modulus.get()) || BN_is_zero(exponent.get()))
         return nullptr;
     return newObject<tavik_crypto_rsakey_st>(std::move(modulus), std::move(exponent));
@@ -223,14 +229,12 @@ tavik_ecc_pubkey *tavik_cert_pubkey_toeccpubkey(const tavik_cert_pubkey *key)
     const auto kind = key ? keyKind(key->algorithm->algorithm) : std::nullopt;
     if (kind != KeyKind::Ec && kind != KeyKind::Sm2)
         return nullptr;
-    try {
+    return tavik::detail::guard<tavik_ecc_pubkey *>(nullptr, [&]() -> tavik_ecc_pubkey * {
         auto params = domainOf(*key->algorithm, *kind);
         if (!params || !validPoint(params->group.get(), key->key))
             return nullptr;
         return newObject<tavik_ecc_pubkey_st>(std::move(*params), tavik_ecc_point_st{key->key});
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 void tavik_ecc_freepubkey(tavik_ecc_pubkey *key)
@@ -242,11 +246,9 @@ tavik_ecc_point *tavik_ecc_getpubkeypoint(const tavik_ecc_pubkey *key)
 {
     if (!key)
         return nullptr;
-    try {
+    return tavik::detail::guard<tavik_ecc_point *>(nullptr, [&]() -> tavik_ecc_point * {
         return newObject<tavik_ecc_point_st>(key->point.octets);
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 void tavik_ecc_freepoint(tavik_ecc_point *point)
@@ -258,14 +260,13 @@ tavik_ecc_domainparameters *tavik_ecc_getdomainparametersfrompubkey(const tavik_
 {
     if (!key)
         return nullptr;
-    try {
-        GroupPtr group(EC_GROUP_dup(key->params.group.get()));
-        if (!group)
-            return nullptr;
-        return newObject<tavik_ecc_domainparameters_st>(std::move(group), key->params.name);
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    return tavik::detail::guard<tavik_ecc_domainparameters *>(
+        nullptr, [&]() -> tavik_ecc_domainparameters * {
+            GroupPtr group(EC_GROUP_dup(key->params.group.get()));
+            if (!group)
+                return nullptr;
+            return newObject<tavik_ecc_domainparameters_st>(std::move(group), key->params.name);
+        });
 }
 
 void tavik_ecc_freedomainparameters(tavik_ecc_domainparameters *params)

@@ -1,4 +1,5 @@
 #include <openssl/crypto.h>
+#include <openssl/objects.h>
 
 #include <atomic>
 #include <cstddef>
@@ -26,8 +27,19 @@ constexpr std::uint64_t kMagic = 0x54415649'4b4d454dULL;
 
 namespace tavik::detail {
 
-void liveAdd() noexcept { g_live.fetch_add(1, std::memory_order_relaxed); }
-void liveRemove() noexcept { g_live.fetch_sub(1, std::memory_order_relaxed); }
+void liveAdd() noexcept
+{
+    g_live.fetch_add(1, std::memory_order_relaxed);
+}
+void liveRemove() noexcept
+{
+    g_live.fetch_sub(1, std::memory_order_relaxed);
+}
+
+void pinNow(std::int64_t epochSeconds) noexcept
+{
+    g_pinnedNow.store(epochSeconds, std::memory_order_relaxed);
+}
 
 std::time_t now() noexcept
 {
@@ -49,6 +61,25 @@ char *dupText(const char *text, std::size_t length) noexcept
 char *dupText(const char *text) noexcept
 {
     return text ? dupText(text, std::strlen(text)) : nullptr;
+}
+
+char *dottedOid(const ASN1_OBJECT *oid) noexcept
+{
+    if (!oid || OBJ_length(oid) == 0)
+        return nullptr;
+    // The first call measures: OIDs have no length limit.
+    char probe[80];
+    const int n = OBJ_obj2txt(probe, sizeof probe, oid, 1);
+    if (n <= 0)
+        return nullptr;
+    if (static_cast<std::size_t>(n) < sizeof probe)
+        return dupText(probe, static_cast<std::size_t>(n));
+    return guard<char *>(nullptr, [&]() -> char * {
+        std::vector<char> buffer(static_cast<std::size_t>(n) + 1);
+        if (OBJ_obj2txt(buffer.data(), n + 1, oid, 1) != n)
+            return nullptr;
+        return dupText(buffer.data(), static_cast<std::size_t>(n));
+    });
 }
 
 } // namespace tavik::detail
@@ -81,26 +112,29 @@ void tavik_free(void *p)
     tavik::detail::liveRemove();
 }
 
-void *TavikPKICryptoAllocMemory(size_t size) { return tavik_malloc(size, __FILE__, __LINE__); }
+void *TavikPKICryptoAllocMemory(size_t size)
+{
+    return tavik_malloc(size, __FILE__, __LINE__);
+}
 
-void TavikPKICryptoFreeMemory(void *p) { tavik_free(p); }
+void TavikPKICryptoFreeMemory(void *p)
+{
+    tavik_free(p);
+}
 
 tavik_data_blob *tavik_data_blob_new(const void *data, size_t length)
 {
     if (!data && length)
         return nullptr;
-    auto *blob = new (std::nothrow) tavik_data_blob{};
-    if (!blob)
+    tavik::BytesPtr bytes(
+        static_cast<unsigned char *>(tavik_malloc(length ? length : 1, __FILE__, __LINE__)));
+    if (!bytes)
         return nullptr;
-    blob->data = static_cast<unsigned char *>(tavik_malloc(length ? length : 1, __FILE__, __LINE__));
-    if (!blob->data) {
-        delete blob;
-        return nullptr;
-    }
     if (length)
-        std::memcpy(blob->data, data, length);
-    blob->length = length;
-    tavik::detail::liveAdd();
+        std::memcpy(bytes.get(), data, length);
+    auto *blob = tavik::detail::newObject<tavik_data_blob>(bytes.get(), length);
+    if (blob)
+        bytes.release();
     return blob;
 }
 
@@ -109,15 +143,12 @@ void tavik_data_blob_free(tavik_data_blob *blob)
     if (!blob)
         return;
     tavik_free(blob->data);
-    delete blob;
-    tavik::detail::liveRemove();
+    tavik::detail::freeObject(blob);
 }
 
-long tavik_debug_live_objects(void) { return g_live.load(std::memory_order_relaxed); }
-
-void tavik_debug_set_now(int64_t epoch_seconds)
+long tavik_debug_live_objects(void)
 {
-    g_pinnedNow.store(epoch_seconds, std::memory_order_relaxed);
+    return g_live.load(std::memory_order_relaxed);
 }
 
 } // extern "C"

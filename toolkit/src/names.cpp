@@ -1,6 +1,7 @@
 // Names: distinguished names, their RDNs and attributes, general names and
 // name-constraint subtrees. Every object holds its own copy of the OpenSSL
 // structure it was made from.
+#include <arpa/inet.h>
 #include <openssl/asn1.h>
 #include <openssl/objects.h>
 #include <openssl/x509.h>
@@ -9,7 +10,6 @@
 #include <array>
 #include <climits>
 #include <cstddef>
-#include <cstdio>
 #include <new>
 #include <optional>
 #include <string>
@@ -23,12 +23,11 @@
 namespace {
 
 using tavik::detail::GeneralNamePtr;
+using tavik::detail::IntegerPtr;
 using tavik::detail::NameEntryPtr;
 using tavik::detail::NamePtr;
-using tavik::detail::OsslPtr;
-using IntegerPtr = OsslPtr<ASN1_INTEGER, ASN1_INTEGER_free>;
-using ObjectPtr = OsslPtr<ASN1_OBJECT, ASN1_OBJECT_free>;
-using StringPtr = OsslPtr<ASN1_STRING, ASN1_STRING_free>;
+using tavik::detail::ObjectPtr;
+using tavik::detail::StringPtr;
 
 } // namespace
 
@@ -79,54 +78,9 @@ namespace {
 
 using tavik::detail::newObject;
 
-// Dotted text in the toolkit heap, numeric form even for known OIDs.
-char *oidText(const ASN1_OBJECT *obj) noexcept
-{
-    if (!obj)
-        return nullptr;
-    const int needed = OBJ_obj2txt(nullptr, 0, obj, 1);
-    if (needed <= 0)
-        return nullptr;
-    try {
-        std::string text(static_cast<std::size_t>(needed) + 1, '\0');
-        if (OBJ_obj2txt(text.data(), needed + 1, obj, 1) != needed)
-            return nullptr;
-        return tavik::detail::dupText(text.data(), static_cast<std::size_t>(needed));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
-}
-
-template <class T>
-std::optional<std::vector<unsigned char>> der(int (*encode)(const T *, unsigned char **),
-                                              const T *value)
-{
-    if (!value)
-        return std::nullopt;
-    const int length = encode(value, nullptr);
-    if (length <= 0)
-        return std::nullopt;
-    std::vector<unsigned char> bytes(static_cast<std::size_t>(length));
-    unsigned char *p = bytes.data();
-    if (encode(value, &p) != length)
-        return std::nullopt;
-    return bytes;
-}
-
-template <class T>
-tavik_data_blob *derBlob(int (*encode)(const T *, unsigned char **), const T *value) noexcept
-{
-    try {
-        const auto bytes = der(encode, value);
-        return bytes ? tavik_data_blob_new(bytes->data(), bytes->size()) : nullptr;
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
-}
-
 tavik_cert_rdn *newRdnOf(const std::vector<const X509_NAME_ENTRY *> &entries) noexcept
 {
-    try {
+    return tavik::detail::guard<tavik_cert_rdn *>(nullptr, [&]() -> tavik_cert_rdn * {
         std::vector<NameEntryPtr> copies;
         copies.reserve(entries.size());
         for (const X509_NAME_ENTRY *entry : entries) {
@@ -135,51 +89,22 @@ tavik_cert_rdn *newRdnOf(const std::vector<const X509_NAME_ENTRY *> &entries) no
                 return nullptr;
         }
         return newObject<tavik_cert_rdn_st>(std::move(copies));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
-// IPv6 text after RFC 5952: lower-case groups without leading zeros, the
-// longest run of two or more zero groups (the first of equal runs) as "::".
+// inet_ntop writes RFC 5952 text for IPv6 (lower case, no leading zeros,
+// the first longest run of zero groups as "::") and IPv4-mapped addresses
+// with their dotted tail.
 std::string ipv6Text(const unsigned char *bytes)
 {
-    std::array<unsigned, 8> groups{};
-    for (std::size_t i = 0; i < groups.size(); ++i)
-        groups[i] = static_cast<unsigned>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
-    std::size_t runStart = groups.size();
-    std::size_t runLength = 1;
-    for (std::size_t i = 0; i < groups.size();) {
-        std::size_t end = i;
-        while (end < groups.size() && groups[end] == 0)
-            ++end;
-        if (end - i > runLength) {
-            runStart = i;
-            runLength = end - i;
-        }
-        i = end > i ? end : i + 1;
-    }
-    std::string text;
-    for (std::size_t i = 0; i < groups.size(); ++i) {
-        if (i == runStart) {
-            text += "::";
-            i += runLength - 1;
-            continue;
-        }
-        if (!text.empty() && text.back() != ':')
-            text += ':';
-        char group[8];
-        std::snprintf(group, sizeof group, "%x", groups[i]);
-        text += group;
-    }
-    return text;
+    char text[INET6_ADDRSTRLEN];
+    return inet_ntop(AF_INET6, bytes, text, sizeof text) ? text : "";
 }
 
 std::string ipv4Text(const unsigned char *bytes)
 {
-    char text[16];
-    std::snprintf(text, sizeof text, "%u.%u.%u.%u", bytes[0], bytes[1], bytes[2], bytes[3]);
-    return text;
+    char text[INET_ADDRSTRLEN];
+    return inet_ntop(AF_INET, bytes, text, sizeof text) ? text : "";
 }
 
 // iPAddress OCTET STRING: 4 or 16 bytes of address; in a name-constraint
@@ -234,7 +159,7 @@ tavik_cert_dn *newDn(const X509_NAME *name) noexcept
 {
     if (!name)
         return nullptr;
-    try {
+    return tavik::detail::guard<tavik_cert_dn *>(nullptr, [&]() -> tavik_cert_dn * {
         NamePtr copy(X509_NAME_dup(name));
         if (!copy)
             return nullptr;
@@ -249,23 +174,19 @@ tavik_cert_dn *newDn(const X509_NAME *name) noexcept
         }
         starts.push_back(count);
         return newObject<tavik_cert_dn_st>(std::move(copy), std::move(starts));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 tavik_cert_rdn *newRdn(const STACK_OF(X509_NAME_ENTRY) * entries) noexcept
 {
     if (!entries)
         return nullptr;
-    try {
+    return tavik::detail::guard<tavik_cert_rdn *>(nullptr, [&]() -> tavik_cert_rdn * {
         std::vector<const X509_NAME_ENTRY *> list;
         for (int i = 0; i < sk_X509_NAME_ENTRY_num(entries); ++i)
             list.push_back(sk_X509_NAME_ENTRY_value(entries, i));
         return newRdnOf(list);
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 tavik_cert_generalname *newGeneralName(const GENERAL_NAME *name, bool inSubtree) noexcept
@@ -281,17 +202,16 @@ tavik_cert_generalnames *newGeneralNames(const GENERAL_NAMES *names) noexcept
 {
     if (!names)
         return nullptr;
-    try {
-        std::vector<GeneralNamePtr> copies;
-        for (int i = 0; i < sk_GENERAL_NAME_num(names); ++i) {
-            copies.emplace_back(GENERAL_NAME_dup(sk_GENERAL_NAME_value(names, i)));
-            if (!copies.back())
-                return nullptr;
-        }
-        return newObject<tavik_cert_generalnames_st>(std::move(copies));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    return tavik::detail::guard<tavik_cert_generalnames *>(
+        nullptr, [&]() -> tavik_cert_generalnames * {
+            std::vector<GeneralNamePtr> copies;
+            for (int i = 0; i < sk_GENERAL_NAME_num(names); ++i) {
+                copies.emplace_back(GENERAL_NAME_dup(sk_GENERAL_NAME_value(names, i)));
+                if (!copies.back())
+                    return nullptr;
+            }
+            return newObject<tavik_cert_generalnames_st>(std::move(copies));
+        });
 }
 
 // GeneralSubtree ::= SEQUENCE {
@@ -301,32 +221,31 @@ tavik_cert_generalsubtrees *newGeneralSubtrees(const STACK_OF(GENERAL_SUBTREE) *
 {
     if (!subtrees)
         return nullptr;
-    try {
-        std::vector<tavik_cert_generalsubtree_st> copies;
-        for (int i = 0; i < sk_GENERAL_SUBTREE_num(subtrees); ++i) {
-            const GENERAL_SUBTREE *subtree = sk_GENERAL_SUBTREE_value(subtrees, i);
-            if (!subtree || !subtree->base)
-                return nullptr;
-            tavik_cert_generalsubtree_st copy{GeneralNamePtr(GENERAL_NAME_dup(subtree->base)),
-                                              nullptr, nullptr};
-            if (!copy.base)
-                return nullptr;
-            if (subtree->minimum) {
-                copy.minimum.reset(ASN1_INTEGER_dup(subtree->minimum));
-                if (!copy.minimum)
+    return tavik::detail::guard<tavik_cert_generalsubtrees *>(
+        nullptr, [&]() -> tavik_cert_generalsubtrees * {
+            std::vector<tavik_cert_generalsubtree_st> copies;
+            for (int i = 0; i < sk_GENERAL_SUBTREE_num(subtrees); ++i) {
+                const GENERAL_SUBTREE *subtree = sk_GENERAL_SUBTREE_value(subtrees, i);
+                if (!subtree || !subtree->base)
                     return nullptr;
-            }
-            if (subtree->maximum) {
-                copy.maximum.reset(ASN1_INTEGER_dup(subtree->maximum));
-                if (!copy.maximum)
+                tavik_cert_generalsubtree_st copy{GeneralNamePtr(GENERAL_NAME_dup(subtree->base)),
+                                                  nullptr, nullptr};
+                if (!copy.base)
                     return nullptr;
+                if (subtree->minimum) {
+                    copy.minimum.reset(ASN1_INTEGER_dup(subtree->minimum));
+                    if (!copy.minimum)
+                        return nullptr;
+                }
+                if (subtree->maximum) {
+                    copy.maximum.reset(ASN1_INTEGER_dup(subtree->maximum));
+                    if (!copy.maximum)
+                        return nullptr;
+                }
+                copies.push_back(std::move(copy));
             }
-            copies.push_back(std::move(copy));
-        }
-        return newObject<tavik_cert_generalsubtrees_st>(std::move(copies));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+            return newObject<tavik_cert_generalsubtrees_st>(std::move(copies));
+        });
 }
 
 } // namespace tavik::detail
@@ -351,15 +270,13 @@ tavik_cert_rdn *tavik_cert_dn_getitem(const tavik_cert_dn *dn, int index)
 {
     if (!dn || index < 0 || index >= tavik_cert_dn_getitemcount(dn))
         return nullptr;
-    try {
+    return tavik::detail::guard<tavik_cert_rdn *>(nullptr, [&]() -> tavik_cert_rdn * {
         const auto at = static_cast<std::size_t>(index);
         std::vector<const X509_NAME_ENTRY *> entries;
         for (int i = dn->rdnStarts[at]; i < dn->rdnStarts[at + 1]; ++i)
             entries.push_back(X509_NAME_get_entry(dn->name.get(), i));
         return newRdnOf(entries);
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 void tavik_cert_rdn_free(tavik_cert_rdn *rdn)
@@ -389,7 +306,7 @@ void tavik_cert_attrtypeandvalue_free(tavik_cert_attrtypeandvalue *atv)
 // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
 char *tavik_cert_attrtypeandvalue_gettype(const tavik_cert_attrtypeandvalue *atv)
 {
-    return atv ? oidText(X509_NAME_ENTRY_get_object(atv->entry.get())) : nullptr;
+    return atv ? tavik::detail::dottedOid(X509_NAME_ENTRY_get_object(atv->entry.get())) : nullptr;
 }
 
 tavik_ustring *tavik_cert_attrtypeandvalue_getstring(const tavik_cert_attrtypeandvalue *atv)
@@ -412,7 +329,7 @@ tavik_data_blob *tavik_cert_attrtypeandvalue_getvalencode(const tavik_cert_attrt
     ASN1_TYPE any{};
     any.type = type;
     any.value.asn1_string = value;
-    return derBlob(i2d_ASN1_TYPE, static_cast<const ASN1_TYPE *>(&any));
+    return tavik::detail::encodeBlob(static_cast<const ASN1_TYPE *>(&any), i2d_ASN1_TYPE);
 }
 
 // ---- General names ----
@@ -478,18 +395,16 @@ char *tavik_cert_generalname_getip(const tavik_cert_generalname *name)
     const GENERAL_NAME *gn = choice(name, GEN_IPADD);
     if (!gn)
         return nullptr;
-    try {
+    return tavik::detail::guard<char *>(nullptr, [&]() -> char * {
         const auto text = ipText(gn->d.iPAddress, name->inSubtree);
         return text ? tavik::detail::dupText(text->data(), text->size()) : nullptr;
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 char *tavik_cert_generalname_getregid(const tavik_cert_generalname *name)
 {
     const GENERAL_NAME *gn = choice(name, GEN_RID);
-    return gn ? oidText(gn->d.registeredID) : nullptr;
+    return gn ? tavik::detail::dottedOid(gn->d.registeredID) : nullptr;
 }
 
 // OtherName ::= SEQUENCE { type-id OBJECT IDENTIFIER,
@@ -499,16 +414,14 @@ tavik_cert_othername *tavik_cert_generalname_getothername(const tavik_cert_gener
     const GENERAL_NAME *gn = choice(name, GEN_OTHERNAME);
     if (!gn || !gn->d.otherName || !gn->d.otherName->type_id)
         return nullptr;
-    try {
-        auto value = der(i2d_ASN1_TYPE, static_cast<const ASN1_TYPE *>(gn->d.otherName->value));
+    return tavik::detail::guard<tavik_cert_othername *>(nullptr, [&]() -> tavik_cert_othername * {
+        auto value = tavik::detail::encode(gn->d.otherName->value, i2d_ASN1_TYPE);
         ObjectPtr type(OBJ_dup(gn->d.otherName->type_id));
         if (!value || !type)
             return nullptr;
         return tavik::detail::newObject<tavik_cert_othername_st>(std::move(type),
                                                                  std::move(*value));
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 void tavik_cert_othername_free(tavik_cert_othername *other)
@@ -518,7 +431,7 @@ void tavik_cert_othername_free(tavik_cert_othername *other)
 
 char *tavik_cert_othername_gettype(const tavik_cert_othername *other)
 {
-    return other ? oidText(other->type.get()) : nullptr;
+    return other ? tavik::detail::dottedOid(other->type.get()) : nullptr;
 }
 
 tavik_data_blob *tavik_cert_othername_getvalue(const tavik_cert_othername *other)
@@ -559,8 +472,7 @@ tavik_ustring *tavik_cert_ediparyname_getpartyname(const tavik_cert_ediparyname 
 
 tavik_data_blob *tavik_cert_generalname_getencode(const tavik_cert_generalname *name)
 {
-    return name ? derBlob(i2d_GENERAL_NAME, static_cast<const GENERAL_NAME *>(name->name.get()))
-                : nullptr;
+    return name ? tavik::detail::encodeBlob(name->name.get(), i2d_GENERAL_NAME) : nullptr;
 }
 
 // ---- Name-constraint subtrees ----

@@ -21,32 +21,6 @@
 
 namespace tavik::detail {
 
-template <class T, class... Args>
-T *newObject(Args &&...args) noexcept
-{
-    T *object = nullptr;
-    try {
-        object = new (std::nothrow) T{std::forward<Args>(args)...};
-    } catch (...) {
-        return nullptr;
-    }
-    if (object)
-        liveAdd();
-    return object;
-}
-
-template <class T>
-void freeObject(T *object) noexcept
-{
-    if (!object)
-        return;
-    delete object;
-    liveRemove();
-}
-
-template <class T, void (*F)(T *)>
-using OsslPtr = std::unique_ptr<T, OsslFree<T, F>>;
-
 using AlgorPtr = OsslPtr<X509_ALGOR, X509_ALGOR_free>;
 using NamePtr = OsslPtr<X509_NAME, X509_NAME_free>;
 using NameEntryPtr = OsslPtr<X509_NAME_ENTRY, X509_NAME_ENTRY_free>;
@@ -55,12 +29,12 @@ using GeneralNamesPtr = OsslPtr<GENERAL_NAMES, GENERAL_NAMES_free>;
 
 // ---- Strings (ustring.cpp) ----
 
-
 // A new string from code points; null on failure.
 tavik_ustring *newUString(std::u32string text) noexcept;
 // The text of any ASN.1 string type (UTF8, BMP, Universal, Printable, IA5,
-// Visible, Numeric, Teletex read as Latin-1); null for other types or
-// malformed content.
+// Visible, Numeric, Teletex read as Latin-1). Bytes that break a byte-wise
+// type's character set are shown as UTF-8, else Latin-1; null for other
+// types, NUL, and malformed BMP or Universal content.
 tavik_ustring *newUString(const ASN1_STRING *string) noexcept;
 
 // ---- Names (names.cpp) ----

@@ -18,17 +18,11 @@
 
 namespace {
 
-using tavik::detail::OsslFree;
+using tavik::detail::OctetPtr;
+using tavik::detail::StoreCtxPtr;
 using tavik::detail::X509Ptr;
-using X509StorePtr = std::unique_ptr<X509_STORE, OsslFree<X509_STORE, X509_STORE_free>>;
-using StoreCtxPtr = std::unique_ptr<X509_STORE_CTX, OsslFree<X509_STORE_CTX, X509_STORE_CTX_free>>;
-using OctetPtr =
-    std::unique_ptr<ASN1_OCTET_STRING, OsslFree<ASN1_OCTET_STRING, ASN1_OCTET_STRING_free>>;
-
-struct X509StackFree {
-    void operator()(STACK_OF(X509) * sk) const noexcept { sk_X509_pop_free(sk, X509_free); }
-};
-using X509StackPtr = std::unique_ptr<STACK_OF(X509), X509StackFree>;
+using tavik::detail::X509StackPtr;
+using tavik::detail::X509StorePtr;
 
 // Both X509 references are up-ref'd copies, so the store never hands out or
 // counts live handles.

@@ -3,6 +3,7 @@
 // and converted to the process time zone on request.
 #include <openssl/asn1.h>
 
+#include <chrono>
 #include <ctime>
 #include <new>
 #include <tuple>
@@ -15,39 +16,17 @@ namespace {
 constexpr int kMinYear = 0;
 constexpr int kMaxYear = 9999;
 
-constexpr bool isLeap(std::int64_t y)
+std::chrono::year_month_day dateOf(const tavik_time_st &t)
 {
-    return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
-}
-
-constexpr int daysInMonth(std::int64_t y, int m)
-{
-    constexpr int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    return m == 2 && isLeap(y) ? 29 : days[m - 1];
+    return std::chrono::year{t.year} / t.month / t.day;
 }
 
 bool isValid(const tavik_time_st &t)
 {
     return t.year >= kMinYear && t.year <= kMaxYear && t.month >= 1 && t.month <= 12 &&
-           t.day >= 1 && t.day <= daysInMonth(t.year, t.month) && t.hour >= 0 && t.hour <= 23 &&
-           t.minute >= 0 && t.minute <= 59 && t.second >= 0 && t.second <= 59;
+           dateOf(t).ok() && t.hour >= 0 && t.hour <= 23 && t.minute >= 0 && t.minute <= 59 &&
+           t.second >= 0 && t.second <= 59;
 }
-
-// Days since 1970-01-01 of a proleptic Gregorian date (era arithmetic, exact
-// for negative results too).
-constexpr std::int64_t daysFromCivil(std::int64_t y, int m, int d)
-{
-    y -= m <= 2 ? 1 : 0;
-    const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
-    const std::int64_t yoe = y - era * 400;
-    const std::int64_t doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-    const std::int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + doe - 719468;
-}
-
-static_assert(daysFromCivil(1970, 1, 1) == 0);
-static_assert(daysFromCivil(2000, 3, 1) == 11017);
-static_assert(daysFromCivil(1950, 1, 1) == -7305);
 
 } // namespace
 
@@ -55,17 +34,15 @@ namespace tavik::detail {
 
 std::int64_t toEpoch(const tavik_time_st &t) noexcept
 {
-    return daysFromCivil(t.year, t.month, t.day) * 86400 + t.hour * 3600 + t.minute * 60 + t.second;
+    const auto day = std::chrono::sys_days(dateOf(t)).time_since_epoch();
+    return std::chrono::seconds(day).count() + t.hour * 3600 + t.minute * 60 + t.second;
 }
 
 tavik_time *newTime(const tavik_time_st &value) noexcept
 {
     if (!isValid(value))
         return nullptr;
-    auto *t = new (std::nothrow) tavik_time_st(value);
-    if (t)
-        liveAdd();
-    return t;
+    return newObject<tavik_time_st>(value);
 }
 
 std::optional<tavik_time_st> readTime(const ASN1_TIME *time) noexcept
@@ -105,10 +82,7 @@ tavik_time *tavik_time_dup(const tavik_time *t)
 
 void tavik_time_free(tavik_time *t)
 {
-    if (!t)
-        return;
-    delete t;
-    tavik::detail::liveRemove();
+    tavik::detail::freeObject(t);
 }
 
 int tavik_time_getyear(const tavik_time *t)

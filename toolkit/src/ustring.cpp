@@ -14,6 +14,7 @@
 
 #include "internal.hpp"
 #include "objects.hpp"
+#include "tavik_unicode.hpp"
 
 struct tavik_ustring_st {
     std::u32string text;
@@ -23,82 +24,27 @@ namespace {
 
 using Text = std::optional<std::u32string>;
 
-// A C text cannot carry NUL, so a string never holds it either.
 constexpr bool isCharacter(char32_t c)
 {
-    return c != 0 && c <= 0x10FFFF && !(c >= 0xD800 && c <= 0xDFFF);
+    return c != 0 && tavik::unicode::isScalar(c);
 }
 
-// Strict UTF-8 (RFC 3629): no overlong forms, surrogates, code points past
-// U+10FFFF or cut-off sequences.
+// A C text cannot carry NUL, so a string never holds it either.
+Text withoutNul(Text text)
+{
+    if (text && text->find(U'\0') != std::u32string::npos)
+        return std::nullopt;
+    return text;
+}
+
 Text fromUtf8(const unsigned char *bytes, std::size_t length)
 {
-    // Smallest code point each sequence length may encode.
-    constexpr std::array<char32_t, 5> kMinimum{0, 0, 0x80, 0x800, 0x10000};
-    std::u32string text;
-    text.reserve(length);
-    for (std::size_t i = 0; i < length;) {
-        const unsigned char lead = bytes[i];
-        std::size_t size = 0;
-        char32_t c = 0;
-        if (lead < 0x80) {
-            size = 1;
-            c = lead;
-        } else if ((lead & 0xE0) == 0xC0) {
-            size = 2;
-            c = lead & 0x1F;
-        } else if ((lead & 0xF0) == 0xE0) {
-            size = 3;
-            c = lead & 0x0F;
-        } else if ((lead & 0xF8) == 0xF0) {
-            size = 4;
-            c = lead & 0x07;
-        } else {
-            return std::nullopt;
-        }
-        if (size > length - i)
-            return std::nullopt;
-        for (std::size_t k = 1; k < size; ++k) {
-            const unsigned char next = bytes[i + k];
-            if ((next & 0xC0) != 0x80)
-                return std::nullopt;
-            c = (c << 6) | (next & 0x3F);
-        }
-        if (size > 1 && c < kMinimum[size])
-            return std::nullopt;
-        if (!isCharacter(c))
-            return std::nullopt;
-        text.push_back(c);
-        i += size;
-    }
-    return text;
+    return withoutNul(tavik::unicode::fromUtf8(bytes, length));
 }
 
-// BMPString as encoded in certificates: UTF-16BE, supplementary characters as
-// surrogate pairs.
 Text fromUtf16Be(const unsigned char *bytes, std::size_t length)
 {
-    if (length % 2)
-        return std::nullopt;
-    std::u32string text;
-    text.reserve(length / 2);
-    for (std::size_t i = 0; i < length; i += 2) {
-        const char32_t unit = static_cast<char32_t>(bytes[i] << 8 | bytes[i + 1]);
-        if (unit >= 0xD800 && unit <= 0xDBFF) {
-            if (length - i < 4)
-                return std::nullopt;
-            const char32_t low = static_cast<char32_t>(bytes[i + 2] << 8 | bytes[i + 3]);
-            if (low < 0xDC00 || low > 0xDFFF)
-                return std::nullopt;
-            text.push_back(0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
-            i += 2;
-            continue;
-        }
-        if (!isCharacter(unit))
-            return std::nullopt;
-        text.push_back(unit);
-    }
-    return text;
+    return withoutNul(tavik::unicode::fromUtf16Be(bytes, length));
 }
 
 // UniversalString: UTF-32BE.
@@ -145,20 +91,32 @@ Text fromLatin1(const unsigned char *bytes, std::size_t length)
     return text;
 }
 
+// How a byte-oriented string whose bytes break its declared character set is
+// shown (UTF-8 written raw into an IA5String dNSName, Latin-1 in a
+// PrintableString): as UTF-8 when the bytes are valid UTF-8, else byte for
+// byte as Latin-1. Only the characters are forgiven: OpenSSL has already
+// held tags, lengths and trailing bytes to the structure.
+Text asWritten(const unsigned char *bytes, std::size_t length)
+{
+    Text text = fromUtf8(bytes, length);
+    return text ? text : fromLatin1(bytes, length);
+}
+
 struct StringForm {
     int type;
     Text (*decode)(const unsigned char *, std::size_t);
+    bool bytewise; // one character a byte or UTF-8, where asWritten applies
 };
 
 constexpr std::array<StringForm, 8> kStringForms{{
-    {V_ASN1_UTF8STRING, fromUtf8},
-    {V_ASN1_BMPSTRING, fromUtf16Be},
-    {V_ASN1_UNIVERSALSTRING, fromUtf32Be},
-    {V_ASN1_PRINTABLESTRING, fromAscii},
-    {V_ASN1_IA5STRING, fromAscii},
-    {V_ASN1_VISIBLESTRING, fromAscii},
-    {V_ASN1_NUMERICSTRING, fromAscii},
-    {V_ASN1_T61STRING, fromLatin1},
+    {V_ASN1_UTF8STRING, fromUtf8, true},
+    {V_ASN1_BMPSTRING, fromUtf16Be, false},
+    {V_ASN1_UNIVERSALSTRING, fromUtf32Be, false},
+    {V_ASN1_PRINTABLESTRING, fromAscii, true},
+    {V_ASN1_IA5STRING, fromAscii, true},
+    {V_ASN1_VISIBLESTRING, fromAscii, true},
+    {V_ASN1_NUMERICSTRING, fromAscii, true},
+    {V_ASN1_T61STRING, fromLatin1, false},
 }};
 
 constexpr bool typesUnique()
@@ -177,30 +135,6 @@ const StringForm *formOf(int type)
         if (form.type == type)
             return &form;
     return nullptr;
-}
-
-std::string toUtf8(const std::u32string &text)
-{
-    std::string out;
-    out.reserve(text.size());
-    for (const char32_t c : text) {
-        if (c < 0x80) {
-            out.push_back(static_cast<char>(c));
-        } else if (c < 0x800) {
-            out.push_back(static_cast<char>(0xC0 | c >> 6));
-            out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-        } else if (c < 0x10000) {
-            out.push_back(static_cast<char>(0xE0 | c >> 12));
-            out.push_back(static_cast<char>(0x80 | (c >> 6 & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-        } else {
-            out.push_back(static_cast<char>(0xF0 | c >> 18));
-            out.push_back(static_cast<char>(0x80 | (c >> 12 & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (c >> 6 & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-        }
-    }
-    return out;
 }
 
 } // namespace
@@ -224,12 +158,13 @@ tavik_ustring *newUString(const ASN1_STRING *string) noexcept
     const unsigned char *data = ASN1_STRING_get0_data(string);
     if (!form || length < 0 || (!data && length > 0))
         return nullptr;
-    try {
-        Text text = form->decode(data, static_cast<std::size_t>(length));
+    return tavik::detail::guard<tavik_ustring *>(nullptr, [&]() -> tavik_ustring * {
+        const auto size = static_cast<std::size_t>(length);
+        Text text = form->decode(data, size);
+        if (!text && form->bytewise)
+            text = asWritten(data, size);
         return text ? newObject<tavik_ustring_st>(std::move(*text)) : nullptr;
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 } // namespace tavik::detail
@@ -240,12 +175,10 @@ tavik_ustring *tavik_ustring_newutf8(const char *bytes, size_t length)
 {
     if (!bytes || length > static_cast<size_t>(INT_MAX))
         return nullptr;
-    try {
+    return tavik::detail::guard<tavik_ustring *>(nullptr, [&]() -> tavik_ustring * {
         Text text = fromUtf8(reinterpret_cast<const unsigned char *>(bytes), length);
         return text ? tavik::detail::newObject<tavik_ustring_st>(std::move(*text)) : nullptr;
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 void tavik_ustring_free(tavik_ustring *string)
@@ -263,17 +196,15 @@ int tavik_ustring_tombs(const tavik_ustring *string, const char *encoding, char 
 {
     if (!string || !encoding || !out || !outlength || std::strcmp(encoding, "UTF-8") != 0)
         return 0;
-    try {
-        const std::string bytes = toUtf8(string->text);
+    return tavik::detail::guard<int>(0, [&]() -> int {
+        const std::string bytes = tavik::unicode::toUtf8(string->text);
         char *text = tavik::detail::dupText(bytes.data(), bytes.size());
         if (!text)
             return 0;
         *out = text;
         *outlength = bytes.size();
         return 1;
-    } catch (const std::bad_alloc &) {
-        return 0;
-    }
+    });
 }
 
 wchar_t *tavik_ustring_towcs(const tavik_ustring *string)

@@ -24,16 +24,11 @@ struct TAVIK_VERIFY_st {
 
 namespace {
 
-using tavik::detail::OsslFree;
+using tavik::detail::StoreCtxPtr;
 using tavik::detail::X509Ptr;
-using X509StorePtr = std::unique_ptr<X509_STORE, OsslFree<X509_STORE, X509_STORE_free>>;
-using StoreCtxPtr = std::unique_ptr<X509_STORE_CTX, OsslFree<X509_STORE_CTX, X509_STORE_CTX_free>>;
-
+using tavik::detail::X509StorePtr;
 // The stack only lends the verifier's references.
-struct X509StackFree {
-    void operator()(STACK_OF(X509) * sk) const noexcept { sk_X509_free(sk); }
-};
-using X509StackPtr = std::unique_ptr<STACK_OF(X509), X509StackFree>;
+using X509StackPtr = tavik::detail::X509ListPtr;
 
 constexpr int kKnownOptions = TAVIK_VERIFY_OPT_CHAIN | TAVIK_VERIFY_OPT_VALIDITY;
 
@@ -184,18 +179,12 @@ extern "C" {
 
 TAVIK_VERIFY_st *TavikPKICertNewVerify(void)
 {
-    auto *ctx = new (std::nothrow) TAVIK_VERIFY_st{};
-    if (ctx)
-        tavik::detail::liveAdd();
-    return ctx;
+    return tavik::detail::newObject<TAVIK_VERIFY_st>();
 }
 
 void TavikPKICertFreeVerify(TAVIK_VERIFY_st *ctx)
 {
-    if (!ctx)
-        return;
-    delete ctx;
-    tavik::detail::liveRemove();
+    tavik::detail::freeObject(ctx);
 }
 
 int TavikPKICertVerifyAddRootCert(TAVIK_VERIFY_st *ctx, TAVIK_CERT_st *cert)

@@ -1,9 +1,12 @@
-// A device that answers from a script, for the counts and locking that no
-// token on the test machines produces.
+// The test hooks, built only into the tests' variant of the toolkit: a device
+// that answers from a script, for the counts and locking that no token on the
+// test machines produces, and a pinned clock.
 #include <mutex>
 #include <vector>
 
 #include "device.hpp"
+#include "internal.hpp"
+#include "tavik_debug.h"
 
 namespace tavik::detail {
 namespace {
@@ -55,11 +58,31 @@ class ScriptedDevice final : public Device {
 };
 
 } // namespace
+} // namespace tavik::detail
 
-std::unique_ptr<Device> makeScriptedDevice(int retryStatus, int retryCount,
-                                           const TavikPKIScriptedAnswer *answers, int count)
+extern "C" {
+
+int TavikPKIDeviceOpenScripted(int retryStatus, int retryCount,
+                               const TavikPKIScriptedAnswer *answers, int count,
+                               TAVIK_PKI_DEVICE_HANDLE_st **device)
 {
-    return std::make_unique<ScriptedDevice>(retryStatus, retryCount, answers, count);
+    if (!device || count < 0 || (count > 0 && !answers))
+        return TAVIK_ERR_ARGUMENT;
+    return tavik::detail::guard<int>(TAVIK_ERR_MEMORY, [&] {
+        return tavik::detail::adoptDevice(std::make_unique<tavik::detail::ScriptedDevice>(
+                                              retryStatus, retryCount, answers, count),
+                                          device);
+    });
 }
 
-} // namespace tavik::detail
+int TavikPKIDeviceScriptedVerifyCalls(const TAVIK_PKI_DEVICE_HANDLE_st *device)
+{
+    return device ? device->device->verifyCalls() : -1;
+}
+
+void tavik_debug_set_now(int64_t epoch_seconds)
+{
+    tavik::detail::pinNow(epoch_seconds);
+}
+
+} // extern "C"
