@@ -210,7 +210,9 @@ TEST(StandardExtensionRows, HandWrittenValues)
         {"2.5.29.16", "3000", "私钥使用周期", kNa, kNa},
     };
     for (const auto &[oid, der, name, value, content] : cases) {
-        const CertPtr cert = madeCert([&](X509 *x) { return addRawExt(x, oid, fromHex(der)); });
+        // clang 14 cannot capture structured bindings.
+        const CertPtr cert = madeCert(
+            [&, oid = oid, der = der](X509 *x) { return addRawExt(x, oid, fromHex(der)); });
         Model model;
         ASSERT_TRUE(cert && model.setCertHandle(cert.get()));
         EXPECT_EQ(rowText(model, name), value + "|" + content + "|2") << oid << " " << der;

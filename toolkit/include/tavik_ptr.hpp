@@ -9,13 +9,8 @@
 
 namespace tavik {
 
-template <auto FreeFn>
-struct Free {
-    template <class T>
-    void operator()(T *p) const noexcept
-    {
-        FreeFn(p);
-    }
+template <auto FreeFn> struct Free {
+    template <class T> void operator()(T *p) const noexcept { FreeFn(p); }
 };
 
 using CertPtr = std::unique_ptr<TAVIK_CERT_st, Free<TavikPKICertFreeCert>>;
@@ -37,8 +32,7 @@ using AlgPtr = std::unique_ptr<tavik_cert_algorithmid, Free<tavik_cert_algorithm
 using DssParamsPtr = std::unique_ptr<tavik_cert_dssparams, Free<tavik_cert_dssparams_free>>;
 using DnPtr = std::unique_ptr<tavik_cert_dn, Free<tavik_cert_dn_free>>;
 using RdnPtr = std::unique_ptr<tavik_cert_rdn, Free<tavik_cert_rdn_free>>;
-using AtvPtr =
-    std::unique_ptr<tavik_cert_attrtypeandvalue, Free<tavik_cert_attrtypeandvalue_free>>;
+using AtvPtr = std::unique_ptr<tavik_cert_attrtypeandvalue, Free<tavik_cert_attrtypeandvalue_free>>;
 using PubKeyPtr = std::unique_ptr<tavik_cert_pubkey, Free<tavik_cert_pubkey_free>>;
 using RsaKeyPtr = std::unique_ptr<tavik_crypto_rsakey, Free<tavik_crypto_rsakey_free>>;
 using EccKeyPtr = std::unique_ptr<tavik_ecc_pubkey, Free<tavik_ecc_freepubkey>>;
@@ -51,8 +45,7 @@ using GeneralNamePtr = std::unique_ptr<tavik_cert_generalname, Free<tavik_cert_g
 using OtherNamePtr = std::unique_ptr<tavik_cert_othername, Free<tavik_cert_othername_free>>;
 using SubtreesPtr =
     std::unique_ptr<tavik_cert_generalsubtrees, Free<tavik_cert_generalsubtrees_free>>;
-using SubtreePtr =
-    std::unique_ptr<tavik_cert_generalsubtree, Free<tavik_cert_generalsubtree_free>>;
+using SubtreePtr = std::unique_ptr<tavik_cert_generalsubtree, Free<tavik_cert_generalsubtree_free>>;
 using AkidPtr = std::unique_ptr<tavik_cert_akid, Free<tavik_cert_akid_free>>;
 using BasicConstraintsPtr =
     std::unique_ptr<tavik_cert_basicconstraints, Free<tavik_cert_basicconstraints_free>>;
@@ -89,7 +82,7 @@ using DigestInfoPtr = std::unique_ptr<tavik_cert_digestinfo, Free<tavik_cert_dig
 
 // A certification path: an array of handles and its count.
 class CertPath {
-public:
+  public:
     CertPath() = default;
     CertPath(TAVIK_CERT_st **certs, int count) : m_certs(certs), m_count(count) {}
     CertPath(const CertPath &) = delete;
@@ -121,12 +114,16 @@ public:
     TAVIK_CERT_st *operator[](int i) const { return m_certs[i]; }
 
     // Out-parameters for the toolkit's path functions.
-    TAVIK_CERT_st ***outCerts() { reset(); return &m_certs; }
+    TAVIK_CERT_st ***outCerts()
+    {
+        reset();
+        return &m_certs;
+    }
     int *outCount() { return &m_count; }
 
-private:
+  private:
     TAVIK_CERT_st **m_certs = nullptr;
     int m_count = 0;
 };
 
-}  // namespace tavik
+} // namespace tavik
