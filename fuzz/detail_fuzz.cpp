@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "detail_exercise.hpp"
+#include "tavik_debug.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {

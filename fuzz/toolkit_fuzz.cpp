@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "exercise.hpp"
+#include "tavik_debug.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {

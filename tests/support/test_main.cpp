@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tavik_pki.h"
+#include "tavik_debug.h"
 
 namespace {
 

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "Tavik_PKI_Crypto_UI.h"
+#include "tavik_debug.h"
 #include "test_seams.hpp"
 
 namespace {

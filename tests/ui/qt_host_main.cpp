@@ -16,6 +16,7 @@
 #include <thread>
 
 #include "Tavik_PKI_Crypto_UI.h"
+#include "tavik_debug.h"
 #include "tavik_ptr.hpp"
 #include "test_seams.hpp"
 

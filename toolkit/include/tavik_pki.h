@@ -727,9 +727,6 @@ TAVIKPKI_API int TavikPKICryptoGetPwdRetryNum(TAVIK_PKI_DEVICE_HANDLE_st *device
 TAVIKPKI_API int TavikPKICryptoVerifyPwd(TAVIK_PKI_DEVICE_HANDLE_st *device, int pinType,
                                          const char *pin, int *retry);
 
-/* Objects and buffers handed out and not yet released. */
-TAVIKPKI_API long tavik_debug_live_objects(void);
-
 #ifdef __cplusplus
 }
 #endif

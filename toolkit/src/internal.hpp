@@ -30,6 +30,7 @@ namespace tavik::detail {
 // release takes one.
 void liveAdd() noexcept;
 void liveRemove() noexcept;
+long liveCount() noexcept;
 
 // The toolkit's notion of now, which the tests' variant can pin (0 unpins).
 std::time_t now() noexcept;

@@ -35,6 +35,10 @@ void liveRemove() noexcept
 {
     g_live.fetch_sub(1, std::memory_order_relaxed);
 }
+long liveCount() noexcept
+{
+    return g_live.load(std::memory_order_relaxed);
+}
 
 void pinNow(std::int64_t epochSeconds) noexcept
 {
@@ -144,11 +148,6 @@ void tavik_data_blob_free(tavik_data_blob *blob)
         return;
     tavik_free(blob->data);
     tavik::detail::freeObject(blob);
-}
-
-long tavik_debug_live_objects(void)
-{
-    return g_live.load(std::memory_order_relaxed);
 }
 
 } // extern "C"

@@ -1,7 +1,7 @@
 /*
- * Test hooks of the certificate toolkit: a scripted key device and a pinned
- * clock. They exist only in the variant of the library that the tests link;
- * the shipped library and its installed header have none of them.
+ * Test hooks of the certificate toolkit: a scripted key device, a pinned
+ * clock and the count of live objects. They exist only in the variant of the library that the tests
+ * link; the shipped library and its installed header have none of them.
  */
 #ifndef TAVIK_DEBUG_H
 #define TAVIK_DEBUG_H
@@ -28,6 +28,9 @@ TAVIKPKI_API int TavikPKIDeviceScriptedVerifyCalls(const TAVIK_PKI_DEVICE_HANDLE
 
 /* Pins the toolkit's "now" (seconds since the epoch); 0 restores the clock. */
 TAVIKPKI_API void tavik_debug_set_now(int64_t epoch_seconds);
+
+/* Objects and buffers handed out and not yet released. */
+TAVIKPKI_API long tavik_debug_live_objects(void);
 
 #ifdef __cplusplus
 }

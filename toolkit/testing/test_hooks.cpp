@@ -1,6 +1,6 @@
 // The test hooks, built only into the tests' variant of the toolkit: a device
 // that answers from a script, for the counts and locking that no token on the
-// test machines produces, and a pinned clock.
+// test machines produces, a pinned clock, and the live-object count.
 #include <mutex>
 #include <vector>
 
@@ -83,6 +83,11 @@ int TavikPKIDeviceScriptedVerifyCalls(const TAVIK_PKI_DEVICE_HANDLE_st *device)
 void tavik_debug_set_now(int64_t epoch_seconds)
 {
     tavik::detail::pinNow(epoch_seconds);
+}
+
+long tavik_debug_live_objects(void)
+{
+    return tavik::detail::liveCount();
 }
 
 } // extern "C"
