@@ -9,8 +9,6 @@
 #include <array>
 #include <string_view>
 
-#include "alert.hpp"
-#include "pwd_layout.hpp"
 #include "secret.hpp"
 
 namespace pkiui {
@@ -60,30 +58,15 @@ bool asciiOnly(const QString &text)
 
 } // namespace
 
-VerifyPwdDlg::VerifyPwdDlg(QWidget *parent) : DialogView(parent)
+VerifyPwdDlg::VerifyPwdDlg(QWidget *parent) : PwdDlgBase(parent)
 {
     layoutSubView();
 }
 
-VerifyPwdDlg::~VerifyPwdDlg()
-{
-    wipe(m_pwd);
-    clearField(m_pwdInputTextField);
-}
-
 void VerifyPwdDlg::layoutSubView()
 {
-    auto *mainStack = new QVBoxLayout(this);
-    mainStack->setContentsMargins(16, 16, 16, 16);
-    m_headerLabel = makeHeaderLabel(this);
+    QVBoxLayout *mainStack = layoutMessageAndField(25);
     m_headerLabel->setFixedHeight(25);
-    mainStack->addWidget(m_headerLabel);
-    mainStack->addStretch();
-
-    m_pwdTipLabel =
-        makeTipLabel(this, QStringLiteral("请输入密码:"), QStringLiteral("pwdTipLabel"));
-    m_pwdInputTextField = makePasswordField(this);
-    mainStack->addLayout(makeRow(m_pwdTipLabel, m_pwdInputTextField, 25));
 
     // A widget, not a bare layout, so that the whole row can be hidden.
     m_retryRow = new QWidget(this);
@@ -93,16 +76,10 @@ void VerifyPwdDlg::layoutSubView()
     m_retryNumberLabel =
         makeTipLabel(m_retryRow, QStringLiteral("6"), QStringLiteral("retryNumberLabel"));
     m_retryNumberLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    auto *retryLayout = makeEqualRow(m_retryNumberTipLabel, m_retryNumberLabel, 25);
-    m_retryRow->setLayout(retryLayout);
+    m_retryRow->setLayout(makeEqualRow(m_retryNumberTipLabel, m_retryNumberLabel, 25));
     mainStack->addWidget(m_retryRow);
     mainStack->addStretch();
-
-    m_cancelButton = makeButton(this, QStringLiteral("取消"), QStringLiteral("cancelButton"));
-    m_okButton = makeButton(this, QStringLiteral("确定"), QStringLiteral("okButton"));
-    mainStack->addLayout(makeButtonRow(m_cancelButton, m_okButton));
-    connect(m_okButton, &QPushButton::clicked, this, &VerifyPwdDlg::okButtonTapped);
-    connect(m_cancelButton, &QPushButton::clicked, this, &VerifyPwdDlg::cancelButtonTapped);
+    layoutButtons(mainStack);
 }
 
 void VerifyPwdDlg::setHDevice(TAVIK_PKI_DEVICE_HANDLE_st *device)
@@ -116,12 +93,6 @@ void VerifyPwdDlg::setHDevice(TAVIK_PKI_DEVICE_HANDLE_st *device)
         return;
     }
     setRetryNumber(count);
-}
-
-void VerifyPwdDlg::setMsg(const QString &msg)
-{
-    m_msg = msg;
-    m_headerLabel->setText(msg);
 }
 
 void VerifyPwdDlg::setRetryNumber(int retryNumber)
@@ -150,9 +121,7 @@ void VerifyPwdDlg::okButtonTapped()
     const int result = TavikPKICryptoVerifyPwd(m_hDevice, m_pinType, utf8.constData(), &retry);
     wipe(utf8);
     if (result == 1) {
-        wipe(m_pwd);
-        m_pwd = takeFieldText(m_pwdInputTextField);
-        end();
+        accept();
         return;
     }
     clearField(m_pwdInputTextField);
@@ -162,20 +131,6 @@ void VerifyPwdDlg::okButtonTapped()
     if (row && row->showsCount)
         setRetryNumber(retry);
     alert(fromUtf8(row ? row->text : kUnknownError));
-}
-
-void VerifyPwdDlg::alert(const QString &text)
-{
-    showAlert(m_owner, text);
-    m_pwdInputTextField->setFocus(); // back in the field once the alert is gone
-}
-
-void VerifyPwdDlg::cancelButtonTapped()
-{
-    wipe(m_pwd);
-    m_pwd = QString();
-    clearField(m_pwdInputTextField);
-    end();
 }
 
 void VerifyPwdDlg::end()
