@@ -182,7 +182,9 @@ TEST(Converters, ReadTheirOwnStructureWholeAndRefuseEveryOther)
 }
 
 // Structures made by hand with optional parts left out: every absent part
-// reads as null, every flag as 0.
+// reads as null, every flag as 0. Policy constraints, the private-key period
+// and a user notice with one part each are pinned by the detail model's rows
+// for ext-std2.
 TEST(Converters, AbsentPartsAreNull)
 {
     const auto ext = [](const Bytes &value) {
@@ -212,37 +214,6 @@ TEST(Converters, AbsentPartsAreNull)
               0);
     const IdpPtr caOnly(tavik_cert_ext_toidp(ext({0x30, 0x03, 0x82, 0x01, 0xFF}).ext.get()));
     EXPECT_EQ(tavik_cert_idp_isonlycontainscacerts(caOnly.get()), 1);
-
-    // PolicyConstraints with one part each; PrivateKeyUsagePeriod notAfter only.
-    for (const bool first : {true, false}) {
-        const PolicyConstraintsPtr pc(tavik_cert_ext_topolicyconstraints(
-            ext({0x30, 0x03, static_cast<unsigned char>(first ? 0x80 : 0x81), 0x01, 0x05})
-                .ext.get()));
-        ASSERT_TRUE(pc);
-        EXPECT_EQ(valueOf(tavik_cert_policyconstraints_getreqexppolicy(pc.get())),
-                  first ? std::optional<std::int64_t>(5) : std::nullopt);
-        EXPECT_EQ(valueOf(tavik_cert_policyconstraints_getinhibtpolicymapping(pc.get())),
-                  first ? std::nullopt : std::optional<std::int64_t>(5));
-    }
-    const PrivKeyUsagePeriodPtr period(tavik_cert_ext_toprivkeyusageperiod(
-        ext(tlv(0x30, tlv(0x81, str("20300101000000Z")))).ext.get()));
-    ASSERT_TRUE(period);
-    EXPECT_FALSE(TimePtr(tavik_cert_privkeyusageperiod_getnotbefore(period.get())));
-    const TimePtr notAfter(tavik_cert_privkeyusageperiod_getnotafter(period.get()));
-    EXPECT_EQ(tavik_time_getyear(notAfter.get()), 2030);
-
-    // A user notice with explicit text only (a VisibleString), no reference.
-    const Bytes unotice = oidDer("1.3.6.1.5.5.7.2.2");
-    const Bytes qualifier = tlv(0x30, unotice + tlv(0x30, tlv(0x1A, str("Hi"))));
-    const CertPoliciesPtr list(tavik_cert_ext_tocertpolicies(
-        ext(tlv(0x30, tlv(0x30, oidDer("1.2.3") + tlv(0x30, qualifier)))).ext.get()));
-    const PolQualifierPtr q(tavik_cert_policyinfo_getqualifier(
-        PolicyInfoPtr(tavik_cert_certpolicies_getitem(list.get(), 0)).get(), 0));
-    const UserNoticePtr notice(tavik_cert_polqualifierinfo_getusernotice(q.get()));
-    ASSERT_TRUE(notice);
-    EXPECT_EQ(utf8(tavik_cert_usernotice_getexplicittext(notice.get())), "Hi");
-    EXPECT_FALSE(UStringPtr(tavik_cert_usernotice_getreforg(notice.get())));
-    EXPECT_EQ(tavik_cert_usernotice_getrefnumberscount(notice.get()), 0);
 }
 
 } // namespace

@@ -13,9 +13,10 @@
 
 using tavik::detail::decodeWhole;
 using tavik::detail::dottedOid;
-using tavik::detail::dupItem;
 using tavik::detail::freeObject;
 using tavik::detail::ItemPtr;
+using tavik::detail::listCount;
+using tavik::detail::listItem;
 using tavik::detail::newObject;
 using tavik::detail::wrap;
 
@@ -86,7 +87,7 @@ void tavik_cert_extkeyusage_free(tavik_cert_extkeyusage *eku)
 
 int tavik_cert_extkeyusage_getitemcount(const tavik_cert_extkeyusage *eku)
 {
-    return eku ? sk_ASN1_OBJECT_num(eku->value.get()) : -1;
+    return listCount(eku);
 }
 
 char *tavik_cert_extkeyusage_getitem(const tavik_cert_extkeyusage *eku, int index)
@@ -108,15 +109,12 @@ void tavik_cert_policymaps_free(tavik_cert_policymaps *maps)
 
 int tavik_cert_policymaps_getitemcount(const tavik_cert_policymaps *maps)
 {
-    return maps ? sk_POLICY_MAPPING_num(maps->value.get()) : -1;
+    return listCount(maps);
 }
 
 tavik_cert_policymap *tavik_cert_policymaps_getitem(const tavik_cert_policymaps *maps, int index)
 {
-    if (!maps)
-        return nullptr;
-    return wrap<tavik_cert_policymap>(dupItem<POLICY_MAPPING, POLICY_MAPPING_it>(
-        sk_POLICY_MAPPING_value(maps->value.get(), index)));
+    return listItem<tavik_cert_policymap, POLICY_MAPPING, POLICY_MAPPING_it>(maps, index);
 }
 
 void tavik_cert_policymap_free(tavik_cert_policymap *map)

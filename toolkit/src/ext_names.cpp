@@ -13,6 +13,8 @@ using tavik::detail::dottedOid;
 using tavik::detail::dupItem;
 using tavik::detail::freeObject;
 using tavik::detail::ItemPtr;
+using tavik::detail::listCount;
+using tavik::detail::listItem;
 using tavik::detail::newObject;
 using tavik::detail::wrap;
 
@@ -140,17 +142,14 @@ void tavik_cert_crldps_free(tavik_cert_crldps *dps)
 
 int tavik_cert_crldps_getitemcount(const tavik_cert_crldps *dps)
 {
-    return dps ? sk_DIST_POINT_num(dps->value.get()) : -1;
+    return listCount(dps);
 }
 
 // DistributionPoint ::= SEQUENCE { distributionPoint [0] DistributionPointName OPTIONAL,
 //     reasons [1] ReasonFlags OPTIONAL, cRLIssuer [2] GeneralNames OPTIONAL }
 tavik_cert_distpoint *tavik_cert_crldps_getitem(const tavik_cert_crldps *dps, int index)
 {
-    if (!dps)
-        return nullptr;
-    return wrap<tavik_cert_distpoint>(
-        dupItem<DIST_POINT, DIST_POINT_it>(sk_DIST_POINT_value(dps->value.get(), index)));
+    return listItem<tavik_cert_distpoint, DIST_POINT, DIST_POINT_it>(dps, index);
 }
 
 void tavik_cert_distpoint_free(tavik_cert_distpoint *dp)
@@ -265,7 +264,7 @@ void tavik_cert_accessdescs_free(tavik_cert_accessdescs *descs)
 
 int tavik_cert_accessdescs_getitemcount(const tavik_cert_accessdescs *descs)
 {
-    return descs ? sk_ACCESS_DESCRIPTION_num(descs->value.get()) : -1;
+    return listCount(descs);
 }
 
 // AccessDescription ::= SEQUENCE { accessMethod OBJECT IDENTIFIER,
@@ -273,10 +272,7 @@ int tavik_cert_accessdescs_getitemcount(const tavik_cert_accessdescs *descs)
 tavik_cert_accessdesc *tavik_cert_accessdescs_getitem(const tavik_cert_accessdescs *descs,
                                                       int index)
 {
-    if (!descs)
-        return nullptr;
-    return wrap<tavik_cert_accessdesc>(dupItem<ACCESS_DESCRIPTION, ACCESS_DESCRIPTION_it>(
-        sk_ACCESS_DESCRIPTION_value(descs->value.get(), index)));
+    return listItem<tavik_cert_accessdesc, ACCESS_DESCRIPTION, ACCESS_DESCRIPTION_it>(descs, index);
 }
 
 void tavik_cert_accessdesc_free(tavik_cert_accessdesc *desc)

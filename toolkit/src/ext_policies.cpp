@@ -13,6 +13,8 @@ using tavik::detail::dottedOid;
 using tavik::detail::dupItem;
 using tavik::detail::freeObject;
 using tavik::detail::ItemPtr;
+using tavik::detail::listCount;
+using tavik::detail::listItem;
 using tavik::detail::newObject;
 using tavik::detail::wrap;
 
@@ -64,16 +66,13 @@ void tavik_cert_certpolicies_free(tavik_cert_certpolicies *policies)
 
 int tavik_cert_certpolicies_getitemcount(const tavik_cert_certpolicies *policies)
 {
-    return policies ? sk_POLICYINFO_num(policies->value.get()) : -1;
+    return listCount(policies);
 }
 
 tavik_cert_policyinfo *tavik_cert_certpolicies_getitem(const tavik_cert_certpolicies *policies,
                                                        int index)
 {
-    if (!policies)
-        return nullptr;
-    return wrap<tavik_cert_policyinfo>(
-        dupItem<POLICYINFO, POLICYINFO_it>(sk_POLICYINFO_value(policies->value.get(), index)));
+    return listItem<tavik_cert_policyinfo, POLICYINFO, POLICYINFO_it>(policies, index);
 }
 
 void tavik_cert_policyinfo_free(tavik_cert_policyinfo *info)

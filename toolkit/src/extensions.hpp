@@ -4,6 +4,7 @@
 
 #include <openssl/asn1.h>
 #include <openssl/crypto.h>
+#include <openssl/safestack.h>
 #include <openssl/x509.h>
 
 #include <climits>
@@ -85,6 +86,24 @@ template <class T, const ASN1_ITEM *(*Item)()> ItemPtr<T, Item> dupItem(const T 
 template <class Handle, class Ptr> Handle *wrap(Ptr value) noexcept
 {
     return value ? newObject<Handle>(std::move(value)) : nullptr;
+}
+
+// The number of entries of a list handle's stack (its value member); -1 for
+// a null handle.
+template <class List> int listCount(const List *list) noexcept
+{
+    return list ? OPENSSL_sk_num(reinterpret_cast<const OPENSSL_STACK *>(list->value.get())) : -1;
+}
+
+// A new handle around a deep copy of entry index of a list handle's stack of
+// T; null for a null handle or an index out of range.
+template <class Handle, class T, const ASN1_ITEM *(*Item)(), class List>
+Handle *listItem(const List *list, int index) noexcept
+{
+    if (!list)
+        return nullptr;
+    const auto *stack = reinterpret_cast<const OPENSSL_STACK *>(list->value.get());
+    return wrap<Handle>(dupItem<T, Item>(static_cast<const T *>(OPENSSL_sk_value(stack, index))));
 }
 
 } // namespace tavik::detail
