@@ -175,15 +175,10 @@ void ShowCertDetailDlgModel::GetPrivKeyUsagePeriod(const tavik_cert_ext *ext)
     period.reset();
     if (!start && !end)
         return row.addUnavailable(*this);
-    if (start) {
-        row.value += "起始日期" + FormatTime(start.get());
-        row.content += row.value + "\r\n";
-    }
-    if (end) {
-        const std::string text = "终止日期" + FormatTime(end.get());
-        row.value += (start ? ", " : "") + text;
-        row.content += text + "\r\n";
-    }
+    if (start)
+        row.addPart("起始日期" + FormatTime(start.get()));
+    if (end)
+        row.addPart("终止日期" + FormatTime(end.get()));
     row.add(*this);
 }
 
@@ -441,15 +436,10 @@ void ShowCertDetailDlgModel::GetPolicyConstraints(const tavik_cert_ext *ext)
     if ((!hasRequire && !hasInhibit) || (hasRequire && !requireText) ||
         (hasInhibit && !inhibitText))
         return row.addUnavailable(*this);
-    if (requireText) {
-        row.value += "Require Explicit Policy=" + *requireText;
-        row.content += row.value + "\r\n";
-    }
-    if (inhibitText) {
-        const std::string text = "Inhibit Policy Mapping=" + *inhibitText;
-        row.value += (requireText ? ", " : "") + text;
-        row.content += text + "\r\n";
-    }
+    if (requireText)
+        row.addPart("Require Explicit Policy=" + *requireText);
+    if (inhibitText)
+        row.addPart("Inhibit Policy Mapping=" + *inhibitText);
     row.add(*this);
 }
 
