@@ -100,7 +100,6 @@ TEST(SelectModel, ColumnTextsFromTheToolkitAttributes)
         {"rsa-leaf", "issuerColumn", "Tavik Test Intermediate CA"},
         {"rsa-leaf", "otherNameColumn", "无"},
         {"rsa-leaf", "validateColumn", date},
-        {"sm2-self", "usageColumn", "签名加密"},
         {"rsa-leaf", "noSuchColumn", std::nullopt},
     };
     for (const Case &c : cases) {
