@@ -171,8 +171,6 @@ TEST(StandardExtensionRows, BasicConstraintsAndExtendedKeyUsage)
          "Subject Type=End Entity\r\nPath Length Constraint=None\r\n", 6},
         {"ext-ca", "基本限制", "Subject Type=CA, Path Length Constraint=03",
          "Subject Type=CA\r\nPath Length Constraint=03\r\n", 6},
-        {"ext-std2", "基本限制", "Subject Type=CA, Path Length Constraint=None",
-         "Subject Type=CA\r\nPath Length Constraint=None\r\n", 2},
         // A trailing byte after the SEQUENCE.
         {"ext-bad", "基本限制", kNa, kNa, 2},
         // The unknown purpose keeps its own line break in both texts.
