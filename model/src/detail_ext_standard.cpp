@@ -325,8 +325,7 @@ void ShowCertDetailDlgModel::GetPolicyMappings(const tavik_cert_ext *ext)
 void ShowCertDetailDlgModel::GetSubjectAltName(const tavik_cert_ext *ext)
 {
     ExtRow row(ext, "主体备用名称");
-    const tavik::GeneralNamesPtr decoded(tavik_cert_ext_togeneralnames(ext));
-    const auto names = decoded ? GetGeneralNames(decoded.get()) : std::nullopt;
+    const auto names = generalNamesOf(ext);
     if (!names)
         return row.addUnavailable(*this);
     row.value = valueList(*names);
@@ -338,8 +337,7 @@ void ShowCertDetailDlgModel::GetSubjectAltName(const tavik_cert_ext *ext)
 void ShowCertDetailDlgModel::GetIssuerAltName(const tavik_cert_ext *ext)
 {
     ExtRow row(ext, "颁发者备用名称");
-    const tavik::GeneralNamesPtr decoded(tavik_cert_ext_togeneralnames(ext));
-    const auto names = decoded ? GetGeneralNames(decoded.get()) : std::nullopt;
+    const auto names = generalNamesOf(ext);
     if (!names)
         return row.addUnavailable(*this);
     row.value = valueList(*names);

@@ -59,6 +59,14 @@ template <class Item> std::optional<std::vector<std::string>> itemTexts(int coun
     return list;
 }
 
+// The texts of an extension whose value is GeneralNames; none when it or any
+// name cannot be read.
+inline std::optional<std::vector<std::string>> generalNamesOf(const tavik_cert_ext *ext)
+{
+    const tavik::GeneralNamesPtr names(tavik_cert_ext_togeneralnames(ext));
+    return names ? ShowCertDetailDlgModel::GetGeneralNames(names.get()) : std::nullopt;
+}
+
 // The first item as is, each further one after ", ".
 inline std::string valueList(const std::vector<std::string> &items)
 {
