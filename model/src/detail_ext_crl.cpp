@@ -145,19 +145,15 @@ void ShowCertDetailDlgModel::GetCRLDP(const tavik_cert_ext *ext, uint32_t flag)
     ExtRow row(ext, flag == 0 ? "CRL分发点" : "最新CRL");
     const char *label = flag == 0 ? "CRL Distribution Point" : "Freshest CRL";
     const tavik::CrlDpsPtr dps(tavik_cert_ext_tocrldp(ext));
-    if (!dps) {
-        row.addUnavailable(*this);
-        return;
-    }
+    if (!dps)
+        return row.addUnavailable(*this);
     const int count = tavik_cert_crldps_getitemcount(dps.get());
     for (int i = 0; i < count; ++i) {
         const tavik::DistPointPtr dp(tavik_cert_crldps_getitem(dps.get(), i));
         const auto text = dp ? GetDistributionPoint(dp.get()) : std::nullopt;
         // A point with neither name, reasons nor issuer fails the extension.
-        if (!text || text->empty()) {
-            row.addUnavailable(*this);
-            return;
-        }
+        if (!text || text->empty())
+            return row.addUnavailable(*this);
         const std::string item = "[" + std::to_string(i + 1) + "]" + label + " \r\n" + *text;
         row.value += (i == 0 ? "" : "; ") + item;
         row.content += item + "\r\n\r\n";
@@ -189,10 +185,8 @@ void ShowCertDetailDlgModel::GetAccessDescriptions(const tavik_cert_ext *ext, ui
 {
     ExtRow row(ext, flag == 0 ? "颁发者信息访问" : "主题信息访问");
     const tavik::AccessDescsPtr descs(tavik_cert_ext_toaccessdescs(ext));
-    if (!descs) {
-        row.addUnavailable(*this);
-        return;
-    }
+    if (!descs)
+        return row.addUnavailable(*this);
     std::vector<std::string> items;
     const int count = tavik_cert_accessdescs_getitemcount(descs.get());
     for (int i = 0; i < count; ++i) {
@@ -215,10 +209,8 @@ void ShowCertDetailDlgModel::GetCrlNumber(const tavik_cert_ext *ext)
     ExtRow row(ext, "CRL号码");
     const tavik::BigIntPtr number(tavik_cert_ext_tointeger(ext));
     const auto text = number ? GetBigInt(number.get()) : std::nullopt;
-    if (!text) {
-        row.addUnavailable(*this);
-        return;
-    }
+    if (!text)
+        return row.addUnavailable(*this);
     row.value = row.content = *text;
     row.add(*this);
 }
@@ -229,10 +221,8 @@ void ShowCertDetailDlgModel::GetDcrlIndicator(const tavik_cert_ext *ext)
     ExtRow row(ext, "Delta CRL指示符");
     const tavik::BigIntPtr number(tavik_cert_ext_tointeger(ext));
     const auto text = number ? GetBigInt(number.get()) : std::nullopt;
-    if (!text) {
-        row.addUnavailable(*this);
-        return;
-    }
+    if (!text)
+        return row.addUnavailable(*this);
     row.value = row.content = "BaseCRLNumber:" + *text;
     row.add(*this);
 }
@@ -244,16 +234,12 @@ void ShowCertDetailDlgModel::GetIDP(const tavik_cert_ext *ext)
 {
     ExtRow row(ext, "颁发分布点");
     const tavik::IdpPtr idp(tavik_cert_ext_toidp(ext));
-    if (!idp) {
-        row.addUnavailable(*this);
-        return;
-    }
+    if (!idp)
+        return row.addUnavailable(*this);
     if (const tavik::DpNamePtr name(tavik_cert_idp_getdpname(idp.get())); name) {
         const auto shown = GetDistributionPointName(name.get());
-        if (!shown) {
-            row.addUnavailable(*this);
-            return;
-        }
+        if (!shown)
+            return row.addUnavailable(*this);
         row.value += "Distribution Point Name:" + *shown;
         row.content += row.value + "\r\n";
     }
@@ -295,10 +281,8 @@ void ShowCertDetailDlgModel::GetInvalidityDate(const tavik_cert_ext *ext)
 {
     ExtRow row(ext, "证书无效时间");
     const tavik::TimePtr time(tavik_cert_ext_togeneralizedtime(ext));
-    if (!time) {
-        row.addUnavailable(*this);
-        return;
-    }
+    if (!time)
+        return row.addUnavailable(*this);
     row.value = row.content = FormatTime(time.get());
     row.add(*this);
 }
@@ -308,10 +292,8 @@ void ShowCertDetailDlgModel::GetHoldInstruction(const tavik_cert_ext *ext)
 {
     ExtRow row(ext, "控制指示码");
     const tavik::TextPtr oid(tavik_cert_ext_tooid(ext));
-    if (!oid) {
-        row.addUnavailable(*this);
-        return;
-    }
+    if (!oid)
+        return row.addUnavailable(*this);
     if (const auto known = nameOf(kHoldInstructions, oid.get()))
         row.value = *known;
     else
@@ -324,12 +306,9 @@ void ShowCertDetailDlgModel::GetHoldInstruction(const tavik_cert_ext *ext)
 void ShowCertDetailDlgModel::GetCertificateIssuer(const tavik_cert_ext *ext)
 {
     ExtRow row(ext, "证书颁发者");
-    const tavik::GeneralNamesPtr issuer(tavik_cert_ext_togeneralnames(ext));
-    const auto names = issuer ? GetGeneralNames(issuer.get()) : std::nullopt;
-    if (!names) {
-        row.addUnavailable(*this);
-        return;
-    }
+    const auto names = generalNamesOf(ext);
+    if (!names)
+        return row.addUnavailable(*this);
     // The first name, then every name from the first again: the required output.
     if (!names->empty()) {
         row.value = names->front();

@@ -175,15 +175,10 @@ void ShowCertDetailDlgModel::GetPrivKeyUsagePeriod(const tavik_cert_ext *ext)
     period.reset();
     if (!start && !end)
         return row.addUnavailable(*this);
-    if (start) {
-        row.value += "起始日期" + FormatTime(start.get());
-        row.content += row.value + "\r\n";
-    }
-    if (end) {
-        const std::string text = "终止日期" + FormatTime(end.get());
-        row.value += (start ? ", " : "") + text;
-        row.content += text + "\r\n";
-    }
+    if (start)
+        row.addPart("起始日期" + FormatTime(start.get()));
+    if (end)
+        row.addPart("终止日期" + FormatTime(end.get()));
     row.add(*this);
 }
 
@@ -330,8 +325,7 @@ void ShowCertDetailDlgModel::GetPolicyMappings(const tavik_cert_ext *ext)
 void ShowCertDetailDlgModel::GetSubjectAltName(const tavik_cert_ext *ext)
 {
     ExtRow row(ext, "主体备用名称");
-    const tavik::GeneralNamesPtr decoded(tavik_cert_ext_togeneralnames(ext));
-    const auto names = decoded ? GetGeneralNames(decoded.get()) : std::nullopt;
+    const auto names = generalNamesOf(ext);
     if (!names)
         return row.addUnavailable(*this);
     row.value = valueList(*names);
@@ -343,8 +337,7 @@ void ShowCertDetailDlgModel::GetSubjectAltName(const tavik_cert_ext *ext)
 void ShowCertDetailDlgModel::GetIssuerAltName(const tavik_cert_ext *ext)
 {
     ExtRow row(ext, "颁发者备用名称");
-    const tavik::GeneralNamesPtr decoded(tavik_cert_ext_togeneralnames(ext));
-    const auto names = decoded ? GetGeneralNames(decoded.get()) : std::nullopt;
+    const auto names = generalNamesOf(ext);
     if (!names)
         return row.addUnavailable(*this);
     row.value = valueList(*names);
@@ -441,15 +434,10 @@ void ShowCertDetailDlgModel::GetPolicyConstraints(const tavik_cert_ext *ext)
     if ((!hasRequire && !hasInhibit) || (hasRequire && !requireText) ||
         (hasInhibit && !inhibitText))
         return row.addUnavailable(*this);
-    if (requireText) {
-        row.value += "Require Explicit Policy=" + *requireText;
-        row.content += row.value + "\r\n";
-    }
-    if (inhibitText) {
-        const std::string text = "Inhibit Policy Mapping=" + *inhibitText;
-        row.value += (requireText ? ", " : "") + text;
-        row.content += text + "\r\n";
-    }
+    if (requireText)
+        row.addPart("Require Explicit Policy=" + *requireText);
+    if (inhibitText)
+        row.addPart("Inhibit Policy Mapping=" + *inhibitText);
     row.add(*this);
 }
 

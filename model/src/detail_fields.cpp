@@ -444,22 +444,26 @@ void ShowCertDetailDlgModel::GetCertValidity()
     addTime("有效终止日期", tavik_cert_getvalidityend(m_pCert.get()));
 }
 
+// issuerUniqueID [1] and subjectUniqueID [2] IMPLICIT BIT STRING OPTIONAL:
+// a row only when present.
 void ShowCertDetailDlgModel::GetCertIssuerUniqueID()
 {
-    if (!tavik_cert_hasissueruid(m_pCert.get()))
-        return;
-    const tavik::BitSetPtr uid(tavik_cert_getissueruid(m_pCert.get()));
-    const std::string text = GetBitSet(uid.get()).value_or(kUnavailable);
-    AddCertInfo("颁发者唯一ID", text, text, kVersion1Field);
+    addUniqueId("颁发者唯一ID", tavik_cert_hasissueruid, tavik_cert_getissueruid);
 }
 
 void ShowCertDetailDlgModel::GetCertSubjectUniqueID()
 {
-    if (!tavik_cert_hassubjectuid(m_pCert.get()))
+    addUniqueId("主题唯一ID", tavik_cert_hassubjectuid, tavik_cert_getsubjectuid);
+}
+
+void ShowCertDetailDlgModel::addUniqueId(const char *rowName, int (*has)(TAVIK_CERT_st *),
+                                         tavik_bitset *(*get)(TAVIK_CERT_st *))
+{
+    if (!has(m_pCert.get()))
         return;
-    const tavik::BitSetPtr uid(tavik_cert_getsubjectuid(m_pCert.get()));
+    const tavik::BitSetPtr uid(get(m_pCert.get()));
     const std::string text = GetBitSet(uid.get()).value_or(kUnavailable);
-    AddCertInfo("主题唯一ID", text, text, kVersion1Field);
+    AddCertInfo(rowName, text, text, kVersion1Field);
 }
 
 // ---- Public key, signature value, thumbprints ----

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "pkiui/detail_model.hpp"
+#include "ext_row.hpp"
 #include "tables.hpp"
 #include "whole_tlv.hpp"
 
@@ -127,18 +128,10 @@ std::optional<std::string> otherNameText(std::string_view oid, const tavik_data_
 std::optional<std::vector<std::string>>
 ShowCertDetailDlgModel::GetGeneralNames(const tavik_cert_generalnames *names)
 {
-    const int count = names ? tavik_cert_generalnames_getitemcount(names) : -1;
-    if (count < 0)
-        return std::nullopt;
-    std::vector<std::string> list;
-    for (int i = 0; i < count; ++i) {
+    return itemTexts(names ? tavik_cert_generalnames_getitemcount(names) : -1, [&](int i) {
         const tavik::GeneralNamePtr name(tavik_cert_generalnames_getitem(names, i));
-        auto text = GetGeneralName(name.get());
-        if (!text)
-            return std::nullopt;
-        list.push_back(std::move(*text));
-    }
-    return list;
+        return GetGeneralName(name.get());
+    });
 }
 
 std::optional<std::string>
@@ -219,17 +212,10 @@ std::optional<std::vector<std::string>>
 ShowCertDetailDlgModel::GetGeneralSubtrees(const tavik_cert_generalsubtrees *subtrees)
 {
     const int count = subtrees ? tavik_cert_generalsubtrees_getitemcount(subtrees) : -1;
-    if (count < 0)
-        return std::nullopt;
-    std::vector<std::string> list;
-    for (int i = 0; i < count; ++i) {
+    return itemTexts(count, [&](int i) {
         const tavik::SubtreePtr subtree(tavik_cert_generalsubtrees_getitem(subtrees, i));
-        auto text = subtree ? GetGeneralSubtree(subtree.get()) : std::nullopt;
-        if (!text)
-            return std::nullopt;
-        list.push_back(std::move(*text));
-    }
-    return list;
+        return subtree ? GetGeneralSubtree(subtree.get()) : std::nullopt;
+    });
 }
 
 // GeneralSubtree ::= SEQUENCE { base GeneralName,

@@ -2,6 +2,7 @@
 // start, value and content grow as the parts are formatted.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,12 +29,43 @@ struct ExtRow {
     {
         model.AddCertInfo(name, kUnavailable, kUnavailable, type);
     }
+    // One of several optional parts: after ", " in the value, a line of the
+    // content.
+    void addPart(const std::string &text)
+    {
+        value += (value.empty() ? "" : ", ") + text;
+        content += text + "\r\n";
+    }
 
     std::string name;
     std::string value;
     std::string content;
     unsigned type;
 };
+
+// The texts of a counted list's items, item(i) giving each; none when the
+// count is negative or any item has no text.
+template <class Item> std::optional<std::vector<std::string>> itemTexts(int count, Item &&item)
+{
+    if (count < 0)
+        return std::nullopt;
+    std::vector<std::string> list;
+    for (int i = 0; i < count; ++i) {
+        std::optional<std::string> text = item(i);
+        if (!text)
+            return std::nullopt;
+        list.push_back(std::move(*text));
+    }
+    return list;
+}
+
+// The texts of an extension whose value is GeneralNames; none when it or any
+// name cannot be read.
+inline std::optional<std::vector<std::string>> generalNamesOf(const tavik_cert_ext *ext)
+{
+    const tavik::GeneralNamesPtr names(tavik_cert_ext_togeneralnames(ext));
+    return names ? ShowCertDetailDlgModel::GetGeneralNames(names.get()) : std::nullopt;
+}
 
 // The first item as is, each further one after ", ".
 inline std::string valueList(const std::vector<std::string> &items)

@@ -98,17 +98,5 @@ TEST(DetailCertificate, SecondCertificateReplacesRowsAndAppendsNames)
     EXPECT_EQ(rowText(l.model, "版本"), "V1|V1|1");
 }
 
-TEST(DetailCertificate, AnEarlierDuplicateIsReleased)
-{
-    Loaded l("uid-cert");
-    ASSERT_TRUE(l.ok);
-    const long once = tavik_debug_live_objects();
-    ASSERT_TRUE(l.model.setCertHandle(l.cert.get()));
-    EXPECT_EQ(tavik_debug_live_objects(), once);
-    // The model's copy outlives the caller's handle.
-    l.cert.reset();
-    EXPECT_EQ(tavik_debug_live_objects(), once - 1);
-}
-
 } // namespace
 } // namespace pkiui::test

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -82,8 +83,10 @@ inline ExpectedRow same(const char *fixture, const char *name, const std::string
     return {fixture, name, text, text, type};
 }
 
-// Loads each fixture once and compares "value|content|kind" of each row.
-inline void expectRows(const std::vector<ExpectedRow> &rows)
+// Loads each fixture once and compares "value|content|kind" of each row;
+// fill, when given, completes the expected text from the loaded fixture.
+using Fill = std::function<std::string(const Loaded &, const std::string &)>;
+inline void expectRows(const std::vector<ExpectedRow> &rows, const Fill &fill = {})
 {
     std::map<std::string, std::unique_ptr<Loaded>> loaded;
     for (const ExpectedRow &row : rows) {
@@ -91,8 +94,8 @@ inline void expectRows(const std::vector<ExpectedRow> &rows)
         if (!entry)
             entry = std::make_unique<Loaded>(row.fixture);
         ASSERT_TRUE(entry->ok) << row.fixture;
-        EXPECT_EQ(rowText(entry->model, row.name),
-                  row.value + "|" + row.content + "|" + std::to_string(row.type))
+        const std::string expected = row.value + "|" + row.content + "|" + std::to_string(row.type);
+        EXPECT_EQ(rowText(entry->model, row.name), fill ? fill(*entry, expected) : expected)
             << row.fixture << " " << row.name;
     }
 }

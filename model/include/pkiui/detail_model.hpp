@@ -152,6 +152,8 @@ class ShowCertDetailDlgModel {
     void GetCertIssuerUniqueID();
     void GetCertSubjectUniqueID();
     void addNameRow(const char *rowName, tavik_cert_dn *dn);
+    void addUniqueId(const char *rowName, int (*has)(TAVIK_CERT_st *),
+                     tavik_bitset *(*get)(TAVIK_CERT_st *));
 
     // Key, signature, thumbprints.
     void GetCertPublicKeyInfo();
