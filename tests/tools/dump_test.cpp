@@ -85,7 +85,7 @@ Outcome dump(const std::string &args)
         testing::TempDir() + "pkiui-dump-stderr-" + std::to_string(getpid()) + ".txt";
     const std::string command = std::string(PKIUI_DUMP) + " " + args + " 2>" + errFile;
     Outcome run;
-    std::unique_ptr<FILE, int (*)(FILE *)> pipe(popen(command.c_str(), "r"), pclose);
+    std::unique_ptr<FILE, tavik::Free<pclose>> pipe(popen(command.c_str(), "r"));
     if (!pipe)
         return run;
     char buf[4096];

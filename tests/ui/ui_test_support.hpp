@@ -21,10 +21,7 @@ namespace uitest {
 using pkiui::test::loadCert;
 
 // A buffer an entry handed out.
-struct FreeMemory {
-    void operator()(char *p) const { TavikPKICryptoFreeMemory(p); }
-};
-using Buffer = std::unique_ptr<char, FreeMemory>;
+using Buffer = std::unique_ptr<char, tavik::Free<TavikPKICryptoFreeMemory>>;
 
 // Runs script(window) once each dialog window has been shown and its event
 // loop is running. Removed when the object goes.
