@@ -19,9 +19,7 @@ TEST(ExtensionList, MatchesOpensslInOrderWithCriticalFlagsAndRawValues)
 {
     for (const char *name : {"rsa-leaf", "ext-std", "ext-crl", "ext-private", "ext-bad"}) {
         SCOPED_TRACE(name);
-        const Bytes der = readFile(fixturePath(name + std::string(".der")));
-        const unsigned char *p = der.data();
-        const X509Ptr x509(d2i_X509(nullptr, &p, static_cast<long>(der.size())));
+        const X509Ptr x509 = opensslCert(name);
         ASSERT_TRUE(x509);
         const int count = X509_get_ext_count(x509.get());
         const CertPtr cert = loadCert(name);

@@ -182,7 +182,15 @@ inline Bytes oidDer(const char *oid)
     return out;
 }
 
-// ---- Certificates made here ----
+// ---- Certificates ----
+
+// OpenSSL's decoding of a fixture, the reference the toolkit is compared with.
+inline X509Ptr opensslCert(const std::string &name)
+{
+    const Bytes der = readFile(fixturePath(name + ".der"));
+    const unsigned char *p = der.data();
+    return X509Ptr(d2i_X509(nullptr, &p, static_cast<long>(der.size())));
+}
 
 // Adds an extension whose value is the DER given.
 inline bool addRawExt(X509 *x, const char *oid, const Bytes &value, bool critical = false)
