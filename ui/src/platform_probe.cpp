@@ -67,15 +67,16 @@ bool xServerAnswers()
     };
     auto attempt = std::make_shared<Attempt>();
     std::thread([attempt] {
-        xcb_connection_t *connection = nullptr;
-        // A server resetting after its last client left refuses for a moment.
-        for (int tries = 3; tries > 0 && !connection; --tries) {
+        // A server resetting after its last client left refuses for a moment:
+        // two more tries, with a pause before each, not after the last.
+        xcb_connection_t *connection = xcb_connect(nullptr, nullptr);
+        for (int retries = 2; xcb_connection_has_error(connection) != 0; --retries) {
+            xcb_disconnect(connection);
+            connection = nullptr;
+            if (retries == 0)
+                break;
+            std::this_thread::sleep_for(kRetryDelay);
             connection = xcb_connect(nullptr, nullptr);
-            if (xcb_connection_has_error(connection) != 0) {
-                xcb_disconnect(connection);
-                connection = nullptr;
-                std::this_thread::sleep_for(kRetryDelay);
-            }
         }
         const std::lock_guard lock(attempt->mutex);
         if (attempt->abandoned && connection)
