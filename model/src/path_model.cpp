@@ -76,6 +76,10 @@ void ShowCertPathDlgModel::initReasons()
         found = count > 0
                     ? (verdict.depth < count ? m_certPath[count - 1 - verdict.depth] : nullptr)
                     : m_pCert.get();
+    std::string fine = "该证书本身未发现问题";
+    if (found)
+        fine +=
+            "，问题在“" + GetCertStringAttribute(found, TAVIK_ATTR_SUBJECT_CN).value_or("?") + "”";
     for (CertInfoModel &row : m_certPaths) {
         std::string text;
         const auto add = [&text, &row](int reason) {
@@ -87,8 +91,7 @@ void ShowCertPathDlgModel::initReasons()
         if (row.cert == found && verdict.reason != own)
             add(verdict.reason);
         if (text.empty())
-            text = verdict.status == kStatusVerified ? reasonText(TAVIK_REASON_OK, row.cert)
-                                                     : "该证书本身未发现问题";
+            text = verdict.status == kStatusVerified ? reasonText(TAVIK_REASON_OK, row.cert) : fine;
         row.reason = std::move(text);
     }
 }
