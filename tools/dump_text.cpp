@@ -193,7 +193,7 @@ PathView pathView(ShowCertPathDlgModel &model)
     for (int row = 0; row < model.numberOfRows(); ++row) {
         model.viewForRow(row, [&view](int selected) { view.selected = selected; });
         const CertInfoModel &info = model.certPaths()[static_cast<std::size_t>(row)];
-        view.rows.push_back({model.cellText(row), info.displayName, info.status});
+        view.rows.push_back({model.cellText(row), info.displayName, info.status, info.reason});
     }
     model.showContentWhenUserSelect = nullptr;
     return view;
@@ -219,6 +219,7 @@ Json pathJson(const PathView &view)
         item["name"] = row.name;
         item["status"] = row.status;
         item["statusText"] = getContentByIndex(row.status);
+        item["reason"] = row.reason;
     }
     return path;
 }

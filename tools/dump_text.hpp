@@ -45,6 +45,7 @@ struct PathView {
         std::string cell; // indentation and name, as the list shows it
         std::string name;
         int32_t status;
+        std::string reason;
     };
     std::vector<Row> rows;
     int selected = -1;
@@ -53,8 +54,8 @@ struct PathView {
 PathView pathView(ShowCertPathDlgModel &model);
 // The caption, "cell\tstatus text" per row, then the status field.
 std::string pathText(const PathView &view);
-// {"selected", "status", "rows": [{"text", "name", "status", "statusText"},
-// ...]}
+// {"selected", "status", "rows": [{"text", "name", "status", "statusText",
+// "reason"}, ...]}
 Json pathJson(const PathView &view);
 
 } // namespace pkiui::dump

@@ -34,48 +34,53 @@ std::string getContentByIndex(int32_t status)
     return std::string(known ? known->text : kUnknownStatus);
 }
 
-int32_t verifyAlongPath(TAVIK_CERT_st *cert)
+PathVerdict verifyPath(TAVIK_CERT_st *cert)
 {
     if (!cert)
-        return kStatusFailed;
+        return {kStatusFailed};
     tavik::CertPath path;
     {
         const tavik::CertPtr dup(TavikPKICertDupCert(cert));
         if (TavikPKICertGetCertPath(dup.get(), path.outCerts(), path.outCount()) != 1)
-            return kStatusIncomplete;
+            return {kStatusIncomplete};
     }
     const tavik::VerifyPtr verifier(TavikPKICertNewVerify());
     if (!verifier)
-        return kStatusFailed;
+        return {kStatusFailed};
     if (path.size() > 0) {
         if (TavikPKICertVerifyAddRootCert(verifier.get(), path[0]) != 1)
-            return kStatusFailed;
+            return {kStatusFailed};
         // The last element, the certificate itself, is not added.
         for (int i = 1; i < path.size() - 1; ++i)
             if (TavikPKICertVerifyAddCACert(verifier.get(), path[i]) != 1)
-                return kStatusFailed;
+                return {kStatusFailed};
     }
     const std::optional<std::string> time = verifyTime(path.data(), path.size(), cert);
     path.reset();
     if (!time)
-        return kStatusFailed;
+        return {kStatusFailed};
     if (TavikPKICertVerifySetVerifyTime(verifier.get(), time->c_str()) != 1)
-        return kStatusFailed;
+        return {kStatusFailed};
     if (TavikPKICertVerifySetOption(verifier.get(), TAVIK_VERIFY_OPT_DEFAULT) != 1)
-        return kStatusFailed;
+        return {kStatusFailed};
 
     int reason = 0;
     int depth = 0;
     switch (TavikPKICertVerify(verifier.get(), cert, &reason, &depth)) {
     case TAVIK_ERR_UNTRUSTED_ROOT:
     case TAVIK_ERR_ISSUER_MISSING:
-        return kStatusIncomplete;
+        return {kStatusIncomplete, reason, depth};
     case TAVIK_VERIFY_OK:
         // The reason is looked at, but every successful verification counts.
-        return reason == 1 ? kStatusVerified : kStatusVerified;
+        return {reason == 1 ? kStatusVerified : kStatusVerified, reason, depth};
     default:
-        return kStatusFailed;
+        return {kStatusFailed, reason, depth};
     }
+}
+
+int32_t verifyAlongPath(TAVIK_CERT_st *cert)
+{
+    return verifyPath(cert).status;
 }
 
 } // namespace pkiui

@@ -15,6 +15,7 @@ int ShowCertPathDlgModel::setCertHandle(TAVIK_CERT_st *cert)
     m_certPath.reset();
     m_pCert.reset(TavikPKICertDupCert(cert));
     initTreeCertPath();
+    initReasons();
     return 1;
 }
 
@@ -57,6 +58,54 @@ void ShowCertPathDlgModel::initTreeCertPath()
     if (std::optional<std::string> name =
             GetCertStringAttribute(m_pCert.get(), TAVIK_ATTR_SUBJECT_CN))
         m_certPaths.emplace_back(m_pCert.get(), std::move(*name), status);
+}
+
+// Each row gets its own findings: its validity now, which its status shows,
+// then what the verifier found at its depth; a row with neither says whether
+// the whole path verified.
+void ShowCertPathDlgModel::initReasons()
+{
+    const int count = m_certPath.size();
+    // Without a path the certificate's issuer is what is missing.
+    const PathVerdict verdict =
+        count > 0 ? verifyPath(m_pCert.get())
+                  : PathVerdict{kStatusIncomplete, TAVIK_REASON_ISSUER_NOT_FOUND, 0};
+    // The verifier counts from the viewed certificate, the path from the root.
+    TAVIK_CERT_st *found = nullptr;
+    if (verdict.reason > 0 && verdict.depth >= 0)
+        found = count > 0
+                    ? (verdict.depth < count ? m_certPath[count - 1 - verdict.depth] : nullptr)
+                    : m_pCert.get();
+    std::string fine = "该证书本身未发现问题";
+    if (found)
+        fine +=
+            "，问题在“" + GetCertStringAttribute(found, TAVIK_ATTR_SUBJECT_CN).value_or("?") + "”";
+    for (CertInfoModel &row : m_certPaths) {
+        std::string text;
+        const auto add = [&text, &row](int reason) {
+            text += (text.empty() ? "" : "\n") + reasonText(reason, row.cert);
+        };
+        int own = TAVIK_REASON_OK;
+        if (TavikPKICertCheckValidity(row.cert, &own) == TAVIK_ERR_TIME)
+            add(own);
+        if (row.cert == found && verdict.reason != own)
+            add(verdict.reason);
+        if (text.empty())
+            text = verdict.status == kStatusVerified ? reasonText(TAVIK_REASON_OK, row.cert) : fine;
+        row.reason = std::move(text);
+    }
+}
+
+std::string ShowCertPathDlgModel::reasonOf(const TAVIK_CERT_st *cert) const
+{
+    if (m_certPaths.empty())
+        return {};
+    if (!cert)
+        return m_certPaths.back().reason;
+    for (const CertInfoModel &row : m_certPaths)
+        if (row.cert == cert)
+            return row.reason;
+    return {};
 }
 
 int32_t ShowCertPathDlgModel::verifyCert(TAVIK_CERT_st * /*cert*/) const

@@ -233,7 +233,8 @@ TEST(DumpTool, ShowsTheGeneralAndPathTabsInJson)
                                      {{{"text", "Orphan Leaf"},
                                        {"name", "Orphan Leaf"},
                                        {"status", 4},
-                                       {"statusText", incomplete}}}}}));
+                                       {"statusText", incomplete},
+                                       {"reason", "找不到颁发者“Vanished CA”"}}}}}));
 
     const Json &leaf = certs[1];
     EXPECT_EQ(leaf["general"]["verdict"], expired);

@@ -172,9 +172,11 @@ TEST_F(PathTab, AfterLoadingTheViewedCertificateIsSelectedWithItsStatus)
         const char *file;
         int rows;
         QString status;
+        QString reason; // the viewed certificate's row and the status field's tooltip
     };
-    for (const Case &c : {Case{"rsa-leaf", 3, "该证书没有问题"},
-                          Case{"orphan-leaf", 1, "没有足够信息，不能验证该证书"}}) {
+    for (const Case &c :
+         {Case{"rsa-leaf", 3, "该证书没有问题", "该证书验证通过"},
+          Case{"orphan-leaf", 1, "没有足够信息，不能验证该证书", "找不到颁发者“Vanished CA”"}}) {
         const tavik::CertPtr cert = loadCert(c.file);
         QPointer<QWidget> viewer = viewerOver(m_parent, cert.get());
         ASSERT_NE(viewer, nullptr);
@@ -183,6 +185,9 @@ TEST_F(PathTab, AfterLoadingTheViewedCertificateIsSelectedWithItsStatus)
         EXPECT_EQ(selectedRow(), c.rows - 1) << c.file;
         EXPECT_FALSE(child<QPushButton>(viewer, "lookUpButton")->isEnabled()) << c.file;
         EXPECT_EQ(child<QLineEdit>(viewer, "certStatusTextField")->text(), c.status) << c.file;
+        EXPECT_EQ(child<QLineEdit>(viewer, "certStatusTextField")->toolTip(), c.reason) << c.file;
+        EXPECT_EQ(m_table->model()->index(c.rows - 1, 0).data(Qt::ToolTipRole).toString(), c.reason)
+            << c.file;
         delete viewer;
     }
 }

@@ -173,6 +173,34 @@ TAVIKPKI_API int TavikPKICertVerify(TAVIK_VERIFY_st *ctx, TAVIK_CERT_st *cert, i
                                     int *depth);
 TAVIKPKI_API void TavikPKICertFreeVerify(TAVIK_VERIFY_st *ctx);
 
+/* The reasons above that callers tell apart: OpenSSL's X509_V_* values. */
+enum {
+    TAVIK_REASON_OK = 0,
+    TAVIK_REASON_ISSUER_NOT_FOUND = 2,
+    TAVIK_REASON_SIGNATURE_UNDECRYPTABLE = 4,
+    TAVIK_REASON_ISSUER_KEY_UNDECODABLE = 6,
+    TAVIK_REASON_SIGNATURE_FAILURE = 7,
+    TAVIK_REASON_NOT_YET_VALID = 9,
+    TAVIK_REASON_EXPIRED = 10,
+    TAVIK_REASON_BAD_NOT_BEFORE = 13,
+    TAVIK_REASON_BAD_NOT_AFTER = 14,
+    TAVIK_REASON_SELF_SIGNED_LEAF = 18,
+    TAVIK_REASON_SELF_SIGNED_IN_CHAIN = 19,
+    TAVIK_REASON_ISSUER_NOT_FOUND_LOCALLY = 20,
+    TAVIK_REASON_LEAF_SIGNATURE_UNVERIFIABLE = 21,
+    TAVIK_REASON_NO_ISSUER_KEY = 24,
+    TAVIK_REASON_PATH_LENGTH = 25,
+    TAVIK_REASON_UNTRUSTED = 27,
+    TAVIK_REASON_NO_CERT_SIGN = 32,
+    TAVIK_REASON_NOT_CA = 79
+};
+
+/* cert's own validity at the toolkit's now, bounds included, as the verifier
+ * judges it: TAVIK_VERIFY_OK, or TAVIK_ERR_TIME with reason
+ * TAVIK_REASON_NOT_YET_VALID, _EXPIRED, _BAD_NOT_BEFORE or _BAD_NOT_AFTER
+ * (reason may be null). */
+TAVIKPKI_API int TavikPKICertCheckValidity(TAVIK_CERT_st *cert, int *reason);
+
 /* ---- Times (UTC calendar values) ---- */
 
 TAVIKPKI_API tavik_time *tavik_time_new(int year, int month, int day, int hour, int minute,

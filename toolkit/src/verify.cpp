@@ -32,6 +32,27 @@ using X509StackPtr = tavik::detail::X509ListPtr;
 
 constexpr int kKnownOptions = TAVIK_VERIFY_OPT_CHAIN | TAVIK_VERIFY_OPT_VALIDITY;
 
+// The header repeats OpenSSL's numbers so that callers need no OpenSSL.
+static_assert(
+    TAVIK_REASON_OK == X509_V_OK &&
+    TAVIK_REASON_ISSUER_NOT_FOUND == X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT &&
+    TAVIK_REASON_SIGNATURE_UNDECRYPTABLE == X509_V_ERR_UNABLE_TO_DECRYPT_CERT_SIGNATURE &&
+    TAVIK_REASON_ISSUER_KEY_UNDECODABLE == X509_V_ERR_UNABLE_TO_DECODE_ISSUER_PUBLIC_KEY &&
+    TAVIK_REASON_SIGNATURE_FAILURE == X509_V_ERR_CERT_SIGNATURE_FAILURE &&
+    TAVIK_REASON_NOT_YET_VALID == X509_V_ERR_CERT_NOT_YET_VALID &&
+    TAVIK_REASON_EXPIRED == X509_V_ERR_CERT_HAS_EXPIRED &&
+    TAVIK_REASON_BAD_NOT_BEFORE == X509_V_ERR_ERROR_IN_CERT_NOT_BEFORE_FIELD &&
+    TAVIK_REASON_BAD_NOT_AFTER == X509_V_ERR_ERROR_IN_CERT_NOT_AFTER_FIELD &&
+    TAVIK_REASON_SELF_SIGNED_LEAF == X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT &&
+    TAVIK_REASON_SELF_SIGNED_IN_CHAIN == X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN &&
+    TAVIK_REASON_ISSUER_NOT_FOUND_LOCALLY == X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY &&
+    TAVIK_REASON_LEAF_SIGNATURE_UNVERIFIABLE == X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE &&
+    TAVIK_REASON_NO_ISSUER_KEY == X509_V_ERR_NO_ISSUER_PUBLIC_KEY &&
+    TAVIK_REASON_PATH_LENGTH == X509_V_ERR_PATH_LENGTH_EXCEEDED &&
+    TAVIK_REASON_UNTRUSTED == X509_V_ERR_CERT_UNTRUSTED &&
+    TAVIK_REASON_NO_CERT_SIGN == X509_V_ERR_KEYUSAGE_NO_CERTSIGN &&
+    TAVIK_REASON_NOT_CA == X509_V_ERR_INVALID_CA);
+
 // YYYYMMDDHHMMSSZ, a real calendar moment in UTC; nothing else.
 std::optional<std::time_t> parseTime(const char *text)
 {
@@ -266,6 +287,28 @@ int TavikPKICertVerify(TAVIK_VERIFY_st *ctx, TAVIK_CERT_st *cert, int *reason, i
     }
     report(reason, depth, X509_V_OK, -1);
     return TAVIK_VERIFY_OK;
+}
+
+int TavikPKICertCheckValidity(TAVIK_CERT_st *cert, int *reason)
+{
+    if (!cert || !cert->x509)
+        return TAVIK_ERR_ARGUMENT;
+    // Bounds count as inside, as for the in-validity attribute.
+    const std::time_t now = tavik::detail::now();
+    int err = X509_V_OK;
+    const int start = ASN1_TIME_cmp_time_t(X509_get0_notBefore(cert->x509), now);
+    const int end = ASN1_TIME_cmp_time_t(X509_get0_notAfter(cert->x509), now);
+    if (start == -2)
+        err = X509_V_ERR_ERROR_IN_CERT_NOT_BEFORE_FIELD;
+    else if (end == -2)
+        err = X509_V_ERR_ERROR_IN_CERT_NOT_AFTER_FIELD;
+    else if (start > 0)
+        err = X509_V_ERR_CERT_NOT_YET_VALID;
+    else if (end < 0)
+        err = X509_V_ERR_CERT_HAS_EXPIRED;
+    if (reason)
+        *reason = err;
+    return err == X509_V_OK ? TAVIK_VERIFY_OK : TAVIK_ERR_TIME;
 }
 
 } // extern "C"

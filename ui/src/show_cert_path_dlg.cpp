@@ -47,8 +47,12 @@ class PathRowsAdapter final : public QAbstractListModel {
     }
     QVariant data(const QModelIndex &index, int role) const override
     {
-        if (role != Qt::DisplayRole || index.row() < 0 ||
-            index.row() >= static_cast<int>(m_shown.size()))
+        if (index.row() < 0 || index.row() >= static_cast<int>(m_shown.size()))
+            return {};
+        if (role == Qt::ToolTipRole)
+            return QString::fromStdString(
+                m_model.certPaths()[static_cast<std::size_t>(index.row())].reason);
+        if (role != Qt::DisplayRole)
             return {};
         if (!m_shown[static_cast<std::size_t>(index.row())])
             rowShown(index.row(), true);
@@ -215,6 +219,7 @@ void ShowCertPathDlg::showSelection(TAVIK_CERT_st *cert, const std::string &stat
     m_selectedCert = cert;
     m_lookUpButton->setEnabled(cert != nullptr);
     m_certStatusTextField->setText(QString::fromStdString(status));
+    m_certStatusTextField->setToolTip(QString::fromStdString(model().reasonOf(cert)));
 }
 
 void ShowCertPathDlg::lookupButtonClicked()

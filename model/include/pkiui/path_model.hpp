@@ -23,6 +23,8 @@ struct CertInfoModel {
     int32_t status;
     TAVIK_CERT_st *cert;
     std::string displayName;
+    // What verification found for this certificate, in words.
+    std::string reason;
 };
 
 class ShowCertPathDlgModel {
@@ -46,6 +48,9 @@ class ShowCertPathDlgModel {
     void viewForRow(int row, const std::function<void(int row)> &selectRow);
     // The table's selection changed to row (-1 for none).
     void selectionDidChange(int row);
+    // The reason of the row the callback reports: the row holding cert, the
+    // last row for nullptr; empty without one.
+    std::string reasonOf(const TAVIK_CERT_st *cert) const;
 
     // (certificate, or nullptr for the viewed one; status text)
     std::function<void(TAVIK_CERT_st *cert, const std::string &status)> showContentWhenUserSelect;
@@ -56,6 +61,7 @@ class ShowCertPathDlgModel {
 
   private:
     void initTreeCertPath();
+    void initReasons();
 
     tavik::CertPtr m_pCert;
     tavik::CertPath m_certPath;
