@@ -9,6 +9,8 @@
 #include <QScreen>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 #include "test_seams.hpp"
 
 namespace pkiui {
@@ -47,7 +49,7 @@ void DialogView::keyPressEvent(QKeyEvent *event)
 
 DialogWindow::DialogWindow(QWidget *parent, const QString &title, QSize contentSize,
                            TitleButtons buttons)
-    : QWidget(parent, flagsFor(buttons))
+    : QWidget(parent, flagsFor(buttons)), m_contentSize(contentSize)
 {
     setWindowTitle(title);
     setFixedSize(contentSize);
@@ -61,6 +63,8 @@ void DialogWindow::setView(DialogView *view)
 {
     m_view = view;
     layout()->addWidget(view);
+    ensurePolished();
+    setFixedSize(m_contentSize.expandedTo(layout()->totalMinimumSize()));
 }
 
 void DialogWindow::centre()
@@ -117,6 +121,16 @@ QPushButton *makeButton(QWidget *parent, const QString &text, const QString &nam
     button->setAutoDefault(false);
     button->setFocusPolicy(Qt::TabFocus);
     return button;
+}
+
+QSize fitting(const QWidget *widget, QSize given)
+{
+    return given.expandedTo(widget->sizeHint());
+}
+
+int rowHeightFor(const QWidget *list, int given)
+{
+    return std::max(given, list->fontMetrics().height() + 4);
 }
 
 } // namespace pkiui

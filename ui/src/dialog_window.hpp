@@ -39,14 +39,15 @@ class DialogView : public QWidget {
 // is closed with its own button).
 enum class TitleButtons { CloseAndMinimise, MinimiseOnly };
 
-// A top-level window of fixed content size holding one view. With a parent it
-// is still a separate window, owned by the parent.
+// A top-level window of fixed content size holding one view, grown (never
+// shrunk) where the view needs more at the user's font. With a parent it is
+// still a separate window, owned by the parent.
 class DialogWindow final : public QWidget {
     Q_OBJECT
   public:
     DialogWindow(QWidget *parent, const QString &title, QSize contentSize, TitleButtons buttons);
 
-    // Takes the view as the window's only content.
+    // Takes the view, filled in, as the window's only content.
     void setView(DialogView *view);
     // Centres the window on its screen.
     void centre();
@@ -61,6 +62,7 @@ class DialogWindow final : public QWidget {
 
   private:
     QPointer<DialogView> m_view;
+    QSize m_contentSize;
     bool m_deleteWhenHidden = false;
 };
 
@@ -73,5 +75,13 @@ void runDialog(DialogWindow &window, DialogView &view);
 // A dialog button. A click leaves the keyboard focus where it was (in the
 // password field, say); Tab still reaches it.
 QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name);
+
+// A length the design fixes, or what the widget needs at the user's font when
+// that is more.
+QSize fitting(const QWidget *widget, QSize given);
+
+// A list's row height: the given one, or the font's line and a margin when
+// that is more.
+int rowHeightFor(const QWidget *list, int given);
 
 } // namespace pkiui

@@ -6,8 +6,6 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include <algorithm>
-
 #include "alert.hpp"
 #include "secret.hpp"
 
@@ -48,8 +46,8 @@ QBoxLayout *makeRow(QWidget *leading, QWidget *trailing, int height)
     row->addWidget(leading, 0, Qt::AlignVCenter);
     row->addStretch();
     row->addWidget(trailing, 1, Qt::AlignVCenter);
-    leading->setFixedHeight(height);
-    trailing->setFixedHeight(std::min(height, trailing->sizeHint().height()));
+    leading->setFixedHeight(fitting(leading, {0, height}).height());
+    trailing->setFixedHeight(trailing->sizeHint().height());
     return row;
 }
 
@@ -65,12 +63,16 @@ QVBoxLayout *PwdDlgBase::layoutMessageAndField(int rowHeight)
 {
     auto *mainStack = new QVBoxLayout(this);
     mainStack->setContentsMargins(16, 16, 16, 16);
+    // The stretches part the rows; spacing of its own would not leave them
+    // room in the given height at the usual font.
+    mainStack->setSpacing(0);
     m_headerLabel = makeHeaderLabel(this);
     mainStack->addWidget(m_headerLabel);
     mainStack->addStretch();
     m_pwdTipLabel =
         makeTipLabel(this, QStringLiteral("请输入密码:"), QStringLiteral("pwdTipLabel"));
     m_pwdInputTextField = makePasswordField(this);
+    m_pwdTipLabel->setBuddy(m_pwdInputTextField);
     mainStack->addLayout(makeRow(m_pwdTipLabel, m_pwdInputTextField, rowHeight));
     return mainStack;
 }
@@ -129,8 +131,8 @@ QBoxLayout *makeEqualRow(QWidget *leading, QWidget *trailing, int height)
     row->setContentsMargins(0, 0, 0, 0);
     row->addWidget(leading, 1);
     row->addWidget(trailing, 1);
-    leading->setFixedHeight(height);
-    trailing->setFixedHeight(height);
+    leading->setFixedHeight(fitting(leading, {0, height}).height());
+    trailing->setFixedHeight(fitting(trailing, {0, height}).height());
     return row;
 }
 

@@ -112,8 +112,9 @@ void SelectCertDlg::layoutSubView()
     QHeaderView *rows = m_certTableView->verticalHeader();
     rows->hide();
     rows->setSectionResizeMode(QHeaderView::Fixed);
-    rows->setMinimumSectionSize(SelectCertDlgModel::kRowHeight);
-    rows->setDefaultSectionSize(SelectCertDlgModel::kRowHeight);
+    const int rowHeight = rowHeightFor(m_certTableView, SelectCertDlgModel::kRowHeight);
+    rows->setMinimumSectionSize(rowHeight);
+    rows->setDefaultSectionSize(rowHeight);
     QHeaderView *columns = m_certTableView->horizontalHeader();
     columns->setSectionResizeMode(QHeaderView::Interactive);
     columns->setStretchLastSection(false);
@@ -124,6 +125,10 @@ void SelectCertDlg::layoutSubView()
     mainStack->addWidget(m_certTableView, 1);
     // Arrows move the selection from the start.
     m_certTableView->setFocus();
+    // Arrows move in the list, Tab leaves it; its name is the prompt.
+    m_certTableView->setTabKeyNavigation(false);
+    prompt->setBuddy(m_certTableView);
+    m_certTableView->setAccessibleName(prompt->text());
     connect(m_certTableView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             [this] {
                 const QModelIndexList selected = m_certTableView->selectionModel()->selectedRows();

@@ -12,6 +12,8 @@
 
 #include <array>
 
+#include "dialog_window.hpp"
+
 namespace pkiui {
 
 namespace {
@@ -107,6 +109,8 @@ QPlainTextEdit *ShowCertDetailDlg::detailValue()
         m_detailValue = new QPlainTextEdit(this);
         m_detailValue->setObjectName(QStringLiteral("detailValue"));
         m_detailValue->setReadOnly(true);
+        // Named after the column whose full text it shows.
+        m_detailValue->setAccessibleName(QStringLiteral("值"));
         m_detailValue->setLineWrapMode(QPlainTextEdit::WidgetWidth);
     }
     return m_detailValue;
@@ -118,17 +122,18 @@ void ShowCertDetailDlg::layoutSubView()
     mainStack->setContentsMargins(16, 16, 16, 16);
 
     auto *filterRow = new QWidget(this);
-    filterRow->setFixedSize(300, 30);
     auto *filterLayout = new QHBoxLayout(filterRow);
     filterLayout->setContentsMargins(0, 0, 0, 0);
     auto *caption = new QLabel(QStringLiteral("显示:"), filterRow);
-    caption->setFixedWidth(40);
+    caption->setFixedWidth(fitting(caption, {40, 0}).width());
     m_filterPopUp = new QComboBox(filterRow);
     m_filterPopUp->setObjectName(QStringLiteral("filterPopUp"));
     for (const char *title : kFilters)
         m_filterPopUp->addItem(QString::fromUtf8(title));
     filterLayout->addWidget(caption);
     filterLayout->addWidget(m_filterPopUp, 1);
+    caption->setBuddy(m_filterPopUp);
+    filterRow->setFixedSize(fitting(filterRow, {300, 30}));
     auto *filterLine = new QHBoxLayout;
     filterLine->addSpacing(20);
     filterLine->addWidget(filterRow);
@@ -145,13 +150,17 @@ void ShowCertDetailDlg::layoutSubView()
     m_certTableView->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_certTableView->setSelectionMode(QAbstractItemView::SingleSelection);
     m_certTableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    m_certTableView->setFocusPolicy(Qt::ClickFocus);
+    // Tab reaches the list and leaves it; arrows move in it.
+    m_certTableView->setFocusPolicy(Qt::StrongFocus);
+    m_certTableView->setTabKeyNavigation(false);
+    m_certTableView->setAccessibleName(QStringLiteral("详细信息"));
     m_certTableView->setShowGrid(false);
     m_certTableView->setWordWrap(false);
     m_certTableView->setTextElideMode(Qt::ElideRight);
     m_certTableView->verticalHeader()->hide();
-    m_certTableView->verticalHeader()->setMinimumSectionSize(kRowHeight);
-    m_certTableView->verticalHeader()->setDefaultSectionSize(kRowHeight);
+    const int rowHeight = rowHeightFor(m_certTableView, kRowHeight);
+    m_certTableView->verticalHeader()->setMinimumSectionSize(rowHeight);
+    m_certTableView->verticalHeader()->setDefaultSectionSize(rowHeight);
     m_certTableView->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     QHeaderView *header = m_certTableView->horizontalHeader();
     header->setStretchLastSection(false);

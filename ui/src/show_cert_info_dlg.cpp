@@ -26,6 +26,7 @@ void ShowCertInfoDlg::layoutSubViews()
     stack->setContentsMargins(16, 16, 16, 16);
     m_tabs = new QTabWidget(this);
     m_tabs->setObjectName(QStringLiteral("tabs"));
+    m_tabs->setAccessibleName(QStringLiteral("证书"));
     m_tabs->addTab(showCertRoutineDlg(), QStringLiteral("常规"));
     m_tabs->addTab(showCertDetailDlg(), QStringLiteral("详细信息"));
     m_tabs->addTab(showCertPathDlg(), QStringLiteral("证书路径"));
@@ -34,7 +35,7 @@ void ShowCertInfoDlg::layoutSubViews()
     m_tabs->setFocus();
 
     m_okButton = makeButton(this, QStringLiteral("确定"), QStringLiteral("okButton"));
-    m_okButton->setFixedSize(100, 44);
+    m_okButton->setFixedSize(fitting(m_okButton, {100, 44}));
     stack->addWidget(m_okButton, 0, Qt::AlignHCenter);
     connect(m_okButton, &QPushButton::clicked, this, &ShowCertInfoDlg::okButtonClicked);
 }

@@ -151,7 +151,8 @@ void ShowCertPathDlg::layoutSubView()
     mainStack->setContentsMargins(16, 16, 16, 16);
 
     auto *pathSection = new QVBoxLayout;
-    pathSection->addWidget(caption(QStringLiteral("证书路径(P)"), this));
+    QLabel *pathCaption = caption(QStringLiteral("证书路径(P)"), this);
+    pathSection->addWidget(pathCaption);
     m_certTableView = new QTableView(this);
     m_certTableView->setObjectName(QStringLiteral("certTableView"));
     m_rows = new PathRowsAdapter(model(), m_certTableView);
@@ -160,15 +161,20 @@ void ShowCertPathDlg::layoutSubView()
     m_certTableView->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_certTableView->setSelectionMode(QAbstractItemView::SingleSelection);
     m_certTableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    m_certTableView->setFocusPolicy(Qt::ClickFocus);
+    // Tab reaches the list and leaves it; arrows move in it.
+    m_certTableView->setFocusPolicy(Qt::StrongFocus);
+    m_certTableView->setTabKeyNavigation(false);
+    pathCaption->setBuddy(m_certTableView);
+    m_certTableView->setAccessibleName(pathCaption->text());
     m_certTableView->setShowGrid(false);
     m_certTableView->setWordWrap(false);
     m_certTableView->setTextElideMode(Qt::ElideRight);
     m_certTableView->horizontalHeader()->hide();
     m_certTableView->horizontalHeader()->setStretchLastSection(true);
     m_certTableView->verticalHeader()->hide();
-    m_certTableView->verticalHeader()->setMinimumSectionSize(ShowCertPathDlgModel::kRowHeight);
-    m_certTableView->verticalHeader()->setDefaultSectionSize(ShowCertPathDlgModel::kRowHeight);
+    const int rowHeight = rowHeightFor(m_certTableView, ShowCertPathDlgModel::kRowHeight);
+    m_certTableView->verticalHeader()->setMinimumSectionSize(rowHeight);
+    m_certTableView->verticalHeader()->setDefaultSectionSize(rowHeight);
     m_certTableView->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     pathSection->addWidget(m_certTableView, 1);
     connect(m_certTableView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
@@ -178,7 +184,7 @@ void ShowCertPathDlg::layoutSubView()
             });
 
     m_lookUpButton = makeButton(this, QStringLiteral("查看证书"), QStringLiteral("lookUpButton"));
-    m_lookUpButton->setFixedWidth(100);
+    m_lookUpButton->setFixedWidth(fitting(m_lookUpButton, {100, 0}).width());
     m_lookUpButton->setEnabled(false);
     connect(m_lookUpButton, &QPushButton::clicked, this, &ShowCertPathDlg::lookupButtonClicked);
     auto *buttonRow = new QHBoxLayout;
@@ -194,11 +200,13 @@ void ShowCertPathDlg::layoutSubView()
 
     auto *statusSection = new QVBoxLayout;
     statusSection->setContentsMargins(0, 0, 0, 0);
-    statusSection->addWidget(caption(QStringLiteral("证书状态(S)"), this));
+    QLabel *statusCaption = caption(QStringLiteral("证书状态(S)"), this);
+    statusSection->addWidget(statusCaption);
     statusSection->addStretch(1);
     m_certStatusTextField = new QLineEdit(QStringLiteral("该证书没有问题"), this);
     m_certStatusTextField->setObjectName(QStringLiteral("certStatusTextField"));
     m_certStatusTextField->setReadOnly(true);
+    statusCaption->setBuddy(m_certStatusTextField);
     statusSection->addWidget(m_certStatusTextField);
     auto *statusBox = new QWidget(this);
     statusBox->setLayout(statusSection);

@@ -65,7 +65,7 @@ VerifyPwdDlg::VerifyPwdDlg(QWidget *parent) : PwdDlgBase(parent)
 void VerifyPwdDlg::layoutSubView()
 {
     QVBoxLayout *mainStack = layoutMessageAndField(25);
-    m_headerLabel->setFixedHeight(25);
+    m_headerLabel->setFixedHeight(fitting(m_headerLabel, {0, 25}).height());
 
     // A widget, not a bare layout, so that the whole row can be hidden.
     m_retryRow = new QWidget(this);
