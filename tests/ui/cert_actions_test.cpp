@@ -37,6 +37,7 @@ QString clipboard()
 void trigger(QWidget *view, const char *action)
 {
     child<QAction>(view, action)->trigger();
+    QCoreApplication::processEvents(); // actions run queued
 }
 
 std::string opensslCert(const std::string &name, const std::string &arguments)
@@ -107,6 +108,7 @@ TEST_F(CertActions, CopyPutsTheShownTextOnTheClipboardAndNothingWithoutARow)
          [&] {
              details->setFocus();
              QTest::keyClick(details, Qt::Key_C, Qt::ControlModifier);
+             QCoreApplication::processEvents();
          },
          QStringLiteral("V3")},
         {"details, the subject's lines", details, subjectRow,

@@ -186,12 +186,16 @@ void addContextMenu(QAbstractItemView *view, const std::vector<ListAction> &acti
         }
         if (entry.needsRow)
             rowActions << action;
-        QObject::connect(action, &QAction::triggered, view,
-                         [view, run = entry.run, needsRow = entry.needsRow] {
-                             const int row = selectedRow(view);
-                             if (!needsRow || row >= 0)
-                                 run(row);
-                         });
+        QObject::connect(
+            action, &QAction::triggered, view,
+            [view, run = entry.run, needsRow = entry.needsRow] {
+                const int row = selectedRow(view);
+                if (!needsRow || row >= 0)
+                    run(row);
+            },
+            // Once the menu has gone and given the focus back,
+            // so a window an action opens keeps it.
+            Qt::QueuedConnection);
     }
     QObject::connect(view, &QWidget::customContextMenuRequested, view,
                      [view, menuActions, rowActions](const QPoint &at) {
