@@ -37,7 +37,6 @@ QString clipboard()
 void trigger(QWidget *view, const char *action)
 {
     child<QAction>(view, action)->trigger();
-    QCoreApplication::processEvents(); // actions run queued
 }
 
 std::string opensslCert(const std::string &name, const std::string &arguments)
@@ -108,7 +107,6 @@ TEST_F(CertActions, CopyPutsTheShownTextOnTheClipboardAndNothingWithoutARow)
          [&] {
              details->setFocus();
              QTest::keyClick(details, Qt::Key_C, Qt::ControlModifier);
-             QCoreApplication::processEvents();
          },
          QStringLiteral("V3")},
         {"details, the subject's lines", details, subjectRow,
@@ -235,20 +233,6 @@ TEST_F(CertActions, FingerprintCheckNamesTheMatchingDigestInAnySpelling)
     EXPECT_EQ(verdict(QStringLiteral("指纹")), none);
     EXPECT_EQ(verdict(QStringLiteral("  ")), QString());
     dialog->close();
-}
-
-TEST_F(CertActions, ChoosersViewOpensTheViewerOverTheDialog)
-{
-    QTableView *table = m_chooser.certTableView();
-    trigger(table, "viewAction");
-    EXPECT_EQ(m_chooser.findChild<QWidget *>(QStringLiteral("certViewerWindow")), nullptr)
-        << "no row selected";
-    clickRow(table, 0);
-    trigger(table, "viewAction");
-    auto *viewer = m_chooser.findChild<QWidget *>(QStringLiteral("certViewerWindow"));
-    ASSERT_NE(viewer, nullptr);
-    EXPECT_TRUE(viewer->isVisible());
-    delete viewer;
 }
 
 } // namespace

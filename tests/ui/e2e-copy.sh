@@ -29,9 +29,7 @@ xdotool key Menu
 sleep 0.5
 xdotool key Down Return # the menu's first entry, "查看证书"
 wait_for_windows 2
-# Xvfb has no window manager to hand the new window the focus.
-viewer=$(windows | grep -vx "$chooser" | head -n 1)
-xdotool windowfocus --sync "$viewer"
+wait_for_focus "$chooser" # the keys go on in the viewer
 xdotool key Escape # the viewer only hides
 wait_for_windows 1
 sleep 0.3

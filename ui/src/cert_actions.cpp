@@ -186,16 +186,12 @@ void addContextMenu(QAbstractItemView *view, const std::vector<ListAction> &acti
         }
         if (entry.needsRow)
             rowActions << action;
-        QObject::connect(
-            action, &QAction::triggered, view,
-            [view, run = entry.run, needsRow = entry.needsRow] {
-                const int row = selectedRow(view);
-                if (!needsRow || row >= 0)
-                    run(row);
-            },
-            // Once the menu has gone and given the focus back,
-            // so a window an action opens keeps it.
-            Qt::QueuedConnection);
+        QObject::connect(action, &QAction::triggered, view,
+                         [view, run = entry.run, needsRow = entry.needsRow] {
+                             const int row = selectedRow(view);
+                             if (!needsRow || row >= 0)
+                                 run(row);
+                         });
     }
     QObject::connect(view, &QWidget::customContextMenuRequested, view,
                      [view, menuActions, rowActions](const QPoint &at) {
@@ -206,6 +202,7 @@ void addContextMenu(QAbstractItemView *view, const std::vector<ListAction> &acti
                          menu.setObjectName(QStringLiteral("contextMenu"));
                          menu.addActions(menuActions);
                          menu.exec(view->viewport()->mapToGlobal(at));
+                         // Greyed in the menu only: the keys trigger them too.
                          for (QAction *action : rowActions)
                              action->setEnabled(true);
                      });
