@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "Tavik_PKI_Crypto_UI.h"
+#include "cert_actions.hpp"
 
 namespace pkiui {
 
@@ -136,6 +137,7 @@ void SelectCertDlg::layoutSubView()
                                                                           : selected.first().row());
             });
     connect(m_certTableView, &QAbstractItemView::doubleClicked, this, &SelectCertDlg::doubleClick);
+    addContextMenu();
 
     auto *cancel = makeButton(this, QStringLiteral("取消"), QStringLiteral("cancelButton"));
     auto *ok = makeButton(this, QStringLiteral("确定"), QStringLiteral("okButton"));
@@ -151,6 +153,28 @@ void SelectCertDlg::layoutSubView()
     buttons->addStretch();
     buttons->addWidget(ok);
     mainStack->addWidget(buttonRow, 0, Qt::AlignHCenter);
+}
+
+void SelectCertDlg::addContextMenu()
+{
+    pkiui::addContextMenu(m_certTableView,
+                          {{"查看证书", "viewAction", [this](int) { doubleClick(); }},
+                           {},
+                           {"复制", "copyAction",
+                            [this](int row) {
+                                // The cells tab-separated, as spreadsheets paste them.
+                                std::string cells;
+                                for (const ColumnLayout &column : kColumnLayouts) {
+                                    if (&column != &kColumnLayouts.front())
+                                        cells += '\t';
+                                    cells += m_dlgModel.cellText(row, column.identifier);
+                                }
+                                copyText(cells);
+                            },
+                            true, QKeySequence::Copy},
+                           {"导出证书...", "exportAction", [this](int row) {
+                                exportCertificate(window(), m_dlgModel.handleAtIndex(row));
+                            }}});
 }
 
 void SelectCertDlg::setCertificateHandles(TAVIK_CERT_st **certs, int count)

@@ -48,6 +48,7 @@ class SelectCertDlg final : public DialogView {
 
   private:
     void layoutSubView();
+    void addContextMenu();
     void okButtonClicked();
     void cancelButtonClicked();
     void doubleClick();

@@ -13,6 +13,8 @@
 #include <array>
 
 #include "dialog_window.hpp"
+#include "cert_actions.hpp"
+#include "pkiui/cert_export.hpp"
 
 namespace pkiui {
 
@@ -169,6 +171,7 @@ void ShowCertDetailDlg::layoutSubView()
         header->resizeSection(static_cast<int>(i), kColumns[i].width);
     connect(header, &QHeaderView::sectionResized, this,
             [this](int column, int, int width) { clampColumn(column, width); });
+    addContextMenu();
     m_certTableView->setFixedHeight(150);
     mainStack->addWidget(m_certTableView);
     connect(m_certTableView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
@@ -180,6 +183,24 @@ void ShowCertDetailDlg::layoutSubView()
     detailValue()->setMinimumHeight(60);
     detailValue()->setMaximumHeight(125);
     mainStack->addWidget(detailValue(), 1);
+}
+
+void ShowCertDetailDlg::addContextMenu()
+{
+    pkiui::addContextMenu(
+        m_certTableView,
+        {{"复制", "copyAction",
+          [this](int row) {
+              if (const CertDetailInfoItem *item = model().rowAt(row))
+                  copyText(item->content);
+          },
+          true, QKeySequence::Copy},
+         {"复制全部", "copyAllAction", [this](int) { copyText(shownRowsText(model())); }, false},
+         {},
+         {"导出证书...", "exportAction", [this](int) { exportCertificate(window(), m_cert.get()); },
+          false},
+         {"核对指纹...", "fingerprintAction",
+          [this](int) { openFingerprintCheck(window(), m_cert.get()); }, false}});
 }
 
 void ShowCertDetailDlg::clampColumn(int column, int width)
@@ -195,6 +216,7 @@ void ShowCertDetailDlg::clampColumn(int column, int width)
 int ShowCertDetailDlg::setCertHandle(TAVIK_CERT_st *cert)
 {
     const bool read = model().setCertHandle(cert);
+    m_cert.reset(cert ? TavikPKICertDupCert(cert) : nullptr);
     m_rows->reload();
     return read ? 1 : 0;
 }

@@ -34,6 +34,7 @@ class ShowCertDetailDlg : public QWidget {
 
   private:
     void layoutSubView();
+    void addContextMenu();
     void clampColumn(int column, int width);
 
     std::unique_ptr<ShowCertDetailDlgModel> m_model;
@@ -41,6 +42,7 @@ class ShowCertDetailDlg : public QWidget {
     QTableView *m_certTableView = nullptr;
     QComboBox *m_filterPopUp = nullptr;
     QPlainTextEdit *m_detailValue = nullptr;
+    tavik::CertPtr m_cert; // for export and the fingerprint check
 };
 
 } // namespace pkiui

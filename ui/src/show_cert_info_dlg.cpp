@@ -140,6 +140,9 @@ int displayCert(QWidget *parent, TAVIK_CERT_st *cert)
         window->setDeleteWhenHidden(true);
         window->centre();
         window->show();
+        // Brought to the front with the keys, for a user who opened it by keyboard.
+        window->raise();
+        window->activateWindow();
         notifyDialogShown(window.get());
         window.release(); // owned by the parent now
         return 1;

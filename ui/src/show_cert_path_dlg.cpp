@@ -17,6 +17,8 @@
 #include <vector>
 
 #include "Tavik_PKI_Crypto_UI.h"
+#include "cert_actions.hpp"
+#include "pkiui/cert_export.hpp"
 #include "dialog_window.hpp"
 
 namespace pkiui {
@@ -176,6 +178,7 @@ void ShowCertPathDlg::layoutSubView()
     m_certTableView->verticalHeader()->setMinimumSectionSize(rowHeight);
     m_certTableView->verticalHeader()->setDefaultSectionSize(rowHeight);
     m_certTableView->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    addContextMenu();
     pathSection->addWidget(m_certTableView, 1);
     connect(m_certTableView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             [this] {
@@ -213,6 +216,32 @@ void ShowCertPathDlg::layoutSubView()
     // 120 high where the tab has room; the list keeps its 200 first.
     statusBox->setMaximumHeight(120);
     mainStack->addWidget(statusBox, 1);
+}
+
+void ShowCertPathDlg::addContextMenu()
+{
+    const auto certAt = [this](int row) {
+        const auto &rows = model().certPaths();
+        return row >= 0 && row < static_cast<int>(rows.size())
+                   ? rows[static_cast<std::size_t>(row)].cert
+                   : nullptr;
+    };
+    pkiui::addContextMenu(
+        m_certTableView,
+        {{"复制", "copyAction", [certAt](int row) { copyText(subjectLine(certAt(row))); }, true,
+          QKeySequence::Copy},
+         {},
+         {"导出证书...", "exportAction",
+          [this, certAt](int row) { exportCertificate(window(), certAt(row)); }},
+         // Leaf first, root last: the order TLS and most tools write chains in.
+         {"导出证书链...", "exportChainAction",
+          [this](int) {
+              std::vector<TAVIK_CERT_st *> chain;
+              for (const CertInfoModel &row : model().certPaths())
+                  chain.insert(chain.begin(), row.cert);
+              exportChain(window(), chain);
+          },
+          false}});
 }
 
 int ShowCertPathDlg::setCertHandle(TAVIK_CERT_st *cert)

@@ -39,6 +39,7 @@ class ShowCertPathDlg : public QWidget {
 
   private:
     void layoutSubView();
+    void addContextMenu();
     void showSelection(TAVIK_CERT_st *cert, const std::string &status);
 
     QPointer<QWidget> m_owner;

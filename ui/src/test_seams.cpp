@@ -12,6 +12,7 @@ namespace {
 std::mutex g_mutex;
 std::function<void(QWidget *)> g_shownHook;
 std::function<void(QWidget *, const QString &)> g_alertObserver;
+std::function<QString(const QString &)> g_saveAnswer;
 
 template <class Fn> Fn copyOf(const Fn &fn)
 {
@@ -45,6 +46,19 @@ bool alertObserved(QWidget *owner, const QString &text)
     if (observer)
         observer(owner, text);
     return static_cast<bool>(observer);
+}
+
+void setSaveDialogAnswer(std::function<QString(const QString &)> answer)
+{
+    const std::lock_guard lock(g_mutex);
+    g_saveAnswer = std::move(answer);
+}
+
+std::optional<QString> saveDialogAnswer(const QString &suggested)
+{
+    if (const auto answer = copyOf(g_saveAnswer))
+        return answer(suggested);
+    return std::nullopt;
 }
 
 } // namespace pkiui

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 class QString;
 class QWidget;
@@ -19,5 +20,11 @@ void notifyDialogShown(QWidget *window);
 void setAlertObserver(std::function<void(QWidget *owner, const QString &text)> observer);
 // Hands the alert to the observer, if one is set; false when there is none.
 bool alertObserved(QWidget *owner, const QString &text);
+
+// While set, save dialogs are answered by it instead of being shown: the
+// suggested path in, the chosen one out (empty for Cancel).
+void setSaveDialogAnswer(std::function<QString(const QString &suggested)> answer);
+// The answer, if one is set.
+std::optional<QString> saveDialogAnswer(const QString &suggested);
 
 } // namespace pkiui

@@ -1,0 +1,238 @@
+// The lists' context menus: copy, export and the fingerprint check, held
+// against what the openssl command says of the same certificates.
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QComboBox>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "select_cert_dlg.hpp"
+#include "show_cert_detail_dlg.hpp"
+#include "show_cert_path_dlg.hpp"
+#include "test_seams.hpp"
+#include "ui_test_support.hpp"
+
+namespace {
+
+using pkiui::test::fixturePath;
+using pkiui::test::openssl;
+using uitest::child;
+using uitest::clickRow;
+using uitest::loadCert;
+
+QString clipboard()
+{
+    return QApplication::clipboard()->text();
+}
+void trigger(QWidget *view, const char *action)
+{
+    child<QAction>(view, action)->trigger();
+}
+
+std::string opensslCert(const std::string &name, const std::string &arguments)
+{
+    return openssl("x509 -in " + fixturePath(name + ".pem") + " " + arguments);
+}
+
+class CertActions : public ::testing::Test {
+  protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(TavikPKICertStoreAddTrustedFile(fixturePath("rsa-root.pem").c_str()), 1);
+        ASSERT_EQ(TavikPKICertStoreAddIntermediateFile(fixturePath("rsa-inter.pem").c_str()), 1);
+        ASSERT_EQ(m_detail.setCertHandle(m_leaf.get()), 1);
+        ASSERT_EQ(m_path.setCertHandle(m_leaf.get()), 1);
+        TAVIK_CERT_st *candidates[] = {m_leaf.get()};
+        m_chooser.setCertificateHandles(candidates, 1);
+        for (QWidget *view : {static_cast<QWidget *>(&m_detail), static_cast<QWidget *>(&m_path),
+                              static_cast<QWidget *>(&m_chooser)}) {
+            view->resize(400, 420);
+            view->show();
+        }
+        ASSERT_TRUE(m_dir.isValid());
+    }
+    void TearDown() override
+    {
+        pkiui::setSaveDialogAnswer({});
+        TavikPKICertStoreClear();
+    }
+    // Answers the next save dialog with a file in the temporary folder.
+    QString saveAs(const QString &name)
+    {
+        const QString path = m_dir.filePath(name);
+        pkiui::setSaveDialogAnswer([path](const QString &) { return path; });
+        return path;
+    }
+
+    const tavik::CertPtr m_leaf = loadCert("rsa-leaf");
+    pkiui::ShowCertDetailDlg m_detail;
+    pkiui::ShowCertPathDlg m_path; // root, intermediate, leaf
+    pkiui::SelectCertDlg m_chooser;
+    QTemporaryDir m_dir;
+};
+
+TEST_F(CertActions, CopyPutsTheShownTextOnTheClipboardAndNothingWithoutARow)
+{
+    QTableView *details = m_detail.certTableView();
+    QTableView *chooser = m_chooser.certTableView();
+    // What the chooser's row shows, cell by cell.
+    QStringList cells;
+    for (int column = 0; column < chooser->model()->columnCount(); ++column)
+        cells << chooser->model()->index(0, column).data().toString();
+    ASSERT_EQ(cells.first(), QStringLiteral("Leaf RSA"));
+
+    int subjectRow = 0;
+    while (details->model()->index(subjectRow, 0).data() != QStringLiteral("证书主体"))
+        ASSERT_LT(++subjectRow, details->model()->rowCount());
+
+    struct Case {
+        const char *what;
+        QTableView *table;
+        int row;
+        std::function<void()> copy;
+        QString expected;
+    };
+    const Case cases[] = {
+        {"details, Ctrl+C", details, 0,
+         [&] {
+             details->setFocus();
+             QTest::keyClick(details, Qt::Key_C, Qt::ControlModifier);
+         },
+         QStringLiteral("V3")},
+        {"details, the subject's lines", details, subjectRow,
+         [&] { trigger(details, "copyAction"); },
+         QStringLiteral("C = CN\nST = Beijing\nL = Haidian\nO = Tavik Test\nOU = Signing\n"
+                        "CN = Leaf RSA")},
+        {"path root", m_path.certTableView(), 0,
+         [&] { trigger(m_path.certTableView(), "copyAction"); },
+         QStringLiteral("CN, Tavik Test, Tavik Test Root CA")},
+        {"chooser row", chooser, 0, [&] { trigger(chooser, "copyAction"); },
+         cells.join(QLatin1Char('\t'))},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        c.table->clearSelection();
+        QApplication::clipboard()->setText(QStringLiteral("before"));
+        c.copy();
+        EXPECT_EQ(clipboard(), QStringLiteral("before")) << "no row selected";
+        clickRow(c.table, c.row);
+        c.copy();
+        EXPECT_EQ(clipboard(), c.expected);
+    }
+}
+
+TEST_F(CertActions, CopyAllGivesEveryShownRowAsNameAndContentInListOrder)
+{
+    QTableView *table = m_detail.certTableView();
+    m_detail.handlePopUpBtn(2); // only extensions: a few rows
+    QString expected;
+    for (int row = 0; row < table->model()->rowCount(); ++row) {
+        clickRow(table, row);
+        expected += table->model()->index(row, 0).data().toString() + QStringLiteral(": ") +
+                    child<QPlainTextEdit>(&m_detail, "detailValue")->toPlainText() +
+                    QLatin1Char('\n');
+    }
+    ASSERT_GE(table->model()->rowCount(), 2);
+    table->clearSelection();
+    trigger(table, "copyAllAction");
+    EXPECT_EQ(clipboard(), expected);
+}
+
+TEST_F(CertActions, ExportWritesWhatOpensslWritesByTheFilesSuffix)
+{
+    const std::string leafDer = opensslCert("rsa-leaf", "-outform DER");
+    const std::string leafPem = opensslCert("rsa-leaf", "-outform PEM");
+    const std::string rootPem = opensslCert("rsa-root", "-outform PEM");
+    const std::string interPem = opensslCert("rsa-inter", "-outform PEM");
+    ASSERT_FALSE(leafDer.empty());
+    ASSERT_EQ(leafPem.rfind("-----BEGIN CERTIFICATE-----\n", 0), 0u);
+
+    QTableView *path = m_path.certTableView();
+    struct Case {
+        const char *file;
+        QTableView *table;
+        int row;
+        const char *action;
+        std::string expected;
+    };
+    const Case cases[] = {
+        {"leaf.der", m_detail.certTableView(), -1, "exportAction", leafDer},
+        {"leaf.cer", m_chooser.certTableView(), 0, "exportAction", leafDer},
+        {"leaf.pem", m_detail.certTableView(), -1, "exportAction", leafPem},
+        {"root.crt", path, 0, "exportAction", rootPem},
+        {"chain.pem", path, -1, "exportChainAction", leafPem + interPem + rootPem},
+    };
+    const uitest::AlertRecorder alerts;
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.file);
+        if (c.row >= 0)
+            clickRow(c.table, c.row);
+        QFile file(saveAs(QString::fromLatin1(c.file)));
+        trigger(c.table, c.action);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        EXPECT_EQ(file.readAll().toStdString(), c.expected);
+    }
+    EXPECT_TRUE(alerts.texts().isEmpty());
+}
+
+TEST_F(CertActions, ExportToAFolderThatCannotBeWrittenAlertsAndLeavesNothing)
+{
+    QFile blocker(saveAs(QStringLiteral("not-a-folder")));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    const QString target = m_dir.filePath(QStringLiteral("not-a-folder/leaf.der"));
+    pkiui::setSaveDialogAnswer([target](const QString &) { return target; });
+    const uitest::AlertRecorder alerts;
+    trigger(m_detail.certTableView(), "exportAction");
+    ASSERT_EQ(alerts.texts().size(), 1);
+    EXPECT_TRUE(alerts.texts().first().contains(target));
+    EXPECT_EQ(QDir(m_dir.path()).entryList(QDir::Files), QStringList{"not-a-folder"});
+}
+
+TEST_F(CertActions, FingerprintCheckNamesTheMatchingDigestInAnySpelling)
+{
+    trigger(m_detail.certTableView(), "fingerprintAction");
+    auto *dialog = m_detail.window()->findChild<QWidget *>(QStringLiteral("fingerprintDlg"));
+    ASSERT_NE(dialog, nullptr);
+    auto *input = child<QLineEdit>(dialog, "fingerprintInput");
+    const auto verdict = [&](const QString &typed) {
+        input->setText(typed);
+        return child<QLabel>(dialog, "fingerprintResult")->text();
+    };
+    const QString none = QStringLiteral("与证书的指纹都不一致");
+    for (const char *md : {"MD5", "SHA1", "SHA256", "SHA512"}) {
+        SCOPED_TRACE(md);
+        // "SHA256 Fingerprint=AB:CD:..."
+        const QString line = QString::fromStdString(
+            opensslCert("rsa-leaf", std::string("-noout -fingerprint -") + md));
+        const QString colons = line.section(QLatin1Char('='), 1).trimmed();
+        ASSERT_FALSE(colons.isEmpty());
+        const QString matched = QStringLiteral("与证书的 %1 指纹一致").arg(QLatin1String(md));
+        QString plain = colons;
+        plain.remove(QLatin1Char(':'));
+        QString blanks = colons;
+        blanks.replace(QLatin1Char(':'), QLatin1Char(' '));
+        for (const QString &typed : {colons, colons.toLower(), plain, blanks, " " + plain + "\n"})
+            EXPECT_EQ(verdict(typed), matched) << typed.toStdString();
+        QString changed = plain;
+        changed[5] = changed[5] == QLatin1Char('0') ? QLatin1Char('1') : QLatin1Char('0');
+        EXPECT_EQ(verdict(changed), none);
+        EXPECT_EQ(verdict(plain.chopped(2)), none) << "a digit short";
+        EXPECT_EQ(verdict(plain.replace(0, 1, QLatin1Char('g'))), none);
+    }
+    EXPECT_EQ(verdict(QStringLiteral("指纹")), none);
+    EXPECT_EQ(verdict(QStringLiteral("  ")), QString());
+    dialog->close();
+}
+
+} // namespace
