@@ -74,6 +74,14 @@ ASN1_SEQUENCE(DSS_PARMS) =
 
         using EcdsaSigPtr = OsslPtr<ECDSA_SIG, ECDSA_SIG_free>;
 
+// An implementation fetched once: EVP_md5() and the like make EVP_Digest
+// look their implementation up again on every call, which costs more than
+// hashing a certificate. Kept for the life of the process.
+const EVP_MD *fetched(const char *name) noexcept
+{
+    return EVP_MD_fetch(nullptr, name, nullptr);
+}
+
 int digest(const EVP_MD *md, const unsigned char *data, size_t length, unsigned char *out,
            size_t *outlength) noexcept
 {
@@ -334,31 +342,36 @@ tavik_data_blob *tavik_cert_encode(TAVIK_CERT_st *cert)
 int tavik_crypto_md5(const unsigned char *data, size_t length, unsigned char *out,
                      size_t *outlength)
 {
-    return digest(EVP_md5(), data, length, out, outlength);
+    static const EVP_MD *const md = fetched("MD5");
+    return digest(md, data, length, out, outlength);
 }
 
 int tavik_crypto_sha1(const unsigned char *data, size_t length, unsigned char *out,
                       size_t *outlength)
 {
-    return digest(EVP_sha1(), data, length, out, outlength);
+    static const EVP_MD *const md = fetched("SHA1");
+    return digest(md, data, length, out, outlength);
 }
 
 int tavik_crypto_sha256(const unsigned char *data, size_t length, unsigned char *out,
                         size_t *outlength)
 {
-    return digest(EVP_sha256(), data, length, out, outlength);
+    static const EVP_MD *const md = fetched("SHA256");
+    return digest(md, data, length, out, outlength);
 }
 
 int tavik_crypto_sha512(const unsigned char *data, size_t length, unsigned char *out,
                         size_t *outlength)
 {
-    return digest(EVP_sha512(), data, length, out, outlength);
+    static const EVP_MD *const md = fetched("SHA512");
+    return digest(md, data, length, out, outlength);
 }
 
 int tavik_crypto_sm3(const unsigned char *data, size_t length, unsigned char *out,
                      size_t *outlength)
 {
-    return digest(EVP_sm3(), data, length, out, outlength);
+    static const EVP_MD *const md = fetched("SM3");
+    return digest(md, data, length, out, outlength);
 }
 
 } // extern "C"
