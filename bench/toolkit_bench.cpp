@@ -2,6 +2,10 @@
 // shows, and building a path.
 #include <benchmark/benchmark.h>
 
+#include <openssl/x509.h>
+
+#include <malloc.h>
+
 #include <string>
 #include <vector>
 
@@ -20,6 +24,54 @@ void LoadDer(benchmark::State &state)
         benchmark::DoNotOptimize(handleOf(der));
 }
 BENCHMARK(LoadDer);
+
+// What a host with a large store does before the chooser opens: 10,000
+// handles from DER, held at once; against as many d2i_X509 calls. The heap
+// each certificate holds is reported as bytes_per_cert.
+constexpr int kStoreSize = 10000;
+
+template <class Load> void LoadMany(benchmark::State &state, Load load)
+{
+    const auto der = readFixture("rsa-leaf.der");
+    long perCert = 0;
+    for (auto _ : state) {
+        const std::size_t before = mallinfo2().uordblks;
+        auto held = load(der);
+        perCert = static_cast<long>((mallinfo2().uordblks - before) / kStoreSize);
+        state.PauseTiming();
+        held.clear();
+        state.ResumeTiming();
+    }
+    state.counters["bytes_per_cert"] = static_cast<double>(perCert);
+}
+
+void Load10000Handles(benchmark::State &state)
+{
+    LoadMany(state, [](const std::vector<unsigned char> &der) {
+        std::vector<tavik::CertPtr> held;
+        held.reserve(kStoreSize);
+        for (int i = 0; i < kStoreSize; ++i)
+            held.push_back(handleOf(der));
+        return held;
+    });
+}
+BENCHMARK(Load10000Handles)->Unit(benchmark::kMillisecond);
+
+using X509Ptr = std::unique_ptr<X509, tavik::Free<X509_free>>;
+
+void Load10000D2iX509(benchmark::State &state)
+{
+    LoadMany(state, [](const std::vector<unsigned char> &der) {
+        std::vector<X509Ptr> held;
+        held.reserve(kStoreSize);
+        for (int i = 0; i < kStoreSize; ++i) {
+            const unsigned char *p = der.data();
+            held.emplace_back(d2i_X509(nullptr, &p, static_cast<long>(der.size())));
+        }
+        return held;
+    });
+}
+BENCHMARK(Load10000D2iX509)->Unit(benchmark::kMillisecond);
 
 void DupCert(benchmark::State &state)
 {

@@ -3,6 +3,7 @@
 #include <openssl/asn1.h>
 #include <openssl/bio.h>
 #include <openssl/crypto.h>
+#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/objects.h>
 #include <openssl/x509.h>
@@ -14,13 +15,19 @@
 #include <optional>
 #include <string_view>
 
+#include "cert_data.hpp"
 #include "internal.hpp"
+#include "objects.hpp"
 #include "values.hpp"
 
 namespace {
 
 using tavik::detail::BioPtr;
 using tavik::detail::BitStringPtr;
+using tavik::detail::CertData;
+using tavik::detail::NAME_ATTR;
+using tavik::detail::NAME_RDN;
+using tavik::detail::NAME_RDNS;
 using tavik::detail::OsslBytesPtr;
 
 // SubjectPublicKeyInfo.algorithm.algorithm (RFC 5280, 3279, 4055, 5480).
@@ -105,25 +112,19 @@ struct SpkiAlgorithm {
     const void *param = nullptr;
 };
 
-std::optional<SpkiAlgorithm> spkiAlgorithm(X509 *x509)
+std::optional<SpkiAlgorithm> spkiAlgorithm(const CertData &cert)
 {
-    X509_PUBKEY *spki = X509_get_X509_PUBKEY(x509);
-    if (!spki)
-        return std::nullopt;
-    ASN1_OBJECT *oid = nullptr;
-    X509_ALGOR *alg = nullptr;
-    if (!X509_PUBKEY_get0_param(&oid, nullptr, nullptr, &alg, spki) || !oid)
-        return std::nullopt;
+    const X509_ALGOR *alg = cert.tbs().spki->algorithm;
     SpkiAlgorithm result;
-    result.oid = oid;
-    if (alg)
-        X509_ALGOR_get0(nullptr, &result.paramType, &result.param, alg);
+    X509_ALGOR_get0(&result.oid, &result.paramType, &result.param, alg);
+    if (!result.oid)
+        return std::nullopt;
     return result;
 }
 
-int keyAlgorithm(X509 *x509, std::int64_t &value)
+int keyAlgorithm(const CertData &cert, std::int64_t &value)
 {
-    const auto alg = spkiAlgorithm(x509);
+    const auto alg = spkiAlgorithm(cert);
     const tavik::TextPtr oid(alg ? tavik::detail::dottedOid(alg->oid) : nullptr);
     if (!oid)
         return TAVIK_ERR_VERIFY;
@@ -133,9 +134,9 @@ int keyAlgorithm(X509 *x509, std::int64_t &value)
 
 //   ECParameters ::= CHOICE { namedCurve OBJECT IDENTIFIER,
 //                             implicitCurve NULL, specifiedCurve SpecifiedECDomain }
-int curve(X509 *x509, std::int64_t &value)
+int curve(const CertData &cert, std::int64_t &value)
 {
-    const auto alg = spkiAlgorithm(x509);
+    const auto alg = spkiAlgorithm(cert);
     const tavik::TextPtr text(alg ? tavik::detail::dottedOid(alg->oid) : nullptr);
     if (!text)
         return TAVIK_ERR_VERIFY;
@@ -156,10 +157,19 @@ int curve(X509 *x509, std::int64_t &value)
     return 1;
 }
 
-int keySize(X509 *x509, std::int64_t &value)
+// The one attribute that decodes the key, through OpenSSL's decoders.
+int keySize(const CertData &cert, std::int64_t &value)
 {
-    EVP_PKEY *key = X509_get0_pubkey(x509);
-    const int bits = key ? EVP_PKEY_get_bits(key) : 0;
+    unsigned char *der = nullptr;
+    const int length = ASN1_item_i2d(reinterpret_cast<const ASN1_VALUE *>(cert.tbs().spki), &der,
+                                     tavik::detail::CERT_SPKI_it());
+    const OsslBytesPtr owned(der);
+    const unsigned char *p = der;
+    using KeyPtr = tavik::detail::OsslPtr<EVP_PKEY, EVP_PKEY_free>;
+    ERR_set_mark();
+    const KeyPtr key(length > 0 ? d2i_PUBKEY(nullptr, &p, length) : nullptr);
+    ERR_pop_to_mark();
+    const int bits = key ? EVP_PKEY_get_bits(key.get()) : 0;
     if (bits <= 0)
         return TAVIK_ERR_VERIFY;
     value = bits;
@@ -168,11 +178,11 @@ int keySize(X509 *x509, std::int64_t &value)
 
 //   KeyUsage ::= BIT STRING { digitalSignature (0), nonRepudiation (1), ... }
 // Bit n of the mask is bit n of the BIT STRING.
-int keyUsage(X509 *x509, std::int64_t &value)
+int keyUsage(const CertData &cert, std::int64_t &value)
 {
     int critical = 0;
-    BitStringPtr bits(
-        static_cast<ASN1_BIT_STRING *>(X509_get_ext_d2i(x509, NID_key_usage, &critical, nullptr)));
+    BitStringPtr bits(static_cast<ASN1_BIT_STRING *>(
+        X509V3_get_d2i(cert.tbs().extensions, NID_key_usage, &critical, nullptr)));
     if (!bits)
         return critical == -1 ? TAVIK_ERR_NOT_FOUND : TAVIK_ERR_VERIFY;
     const int length = ASN1_STRING_length(bits.get());
@@ -185,10 +195,10 @@ int keyUsage(X509 *x509, std::int64_t &value)
     return 1;
 }
 
-int inValidity(X509 *x509, std::int64_t &value)
+int inValidity(const CertData &cert, std::int64_t &value)
 {
-    const auto start = tavik::detail::readTime(X509_get0_notBefore(x509));
-    const auto end = tavik::detail::readTime(X509_get0_notAfter(x509));
+    const auto start = tavik::detail::readTime(cert.tbs().validity->notBefore);
+    const auto end = tavik::detail::readTime(cert.tbs().validity->notAfter);
     if (!start || !end)
         return TAVIK_ERR_VERIFY;
     const std::int64_t now = tavik::detail::now();
@@ -206,15 +216,22 @@ int giveText(const char *text, std::size_t length, char **out)
 }
 
 // The last commonName: in DN order the most specific one.
-int commonName(const X509_NAME *name, char **out)
+int commonName(const NAME_RDNS *name, char **out)
 {
-    int index = -1;
-    for (int i = X509_NAME_get_index_by_NID(name, NID_commonName, -1); i >= 0;
-         i = X509_NAME_get_index_by_NID(name, NID_commonName, i))
-        index = i;
-    if (index < 0)
+    const NAME_ATTR *last = nullptr;
+    for (int i = 0; i < sk_NAME_RDN_num(name); ++i) {
+        const NAME_RDN *rdn = sk_NAME_RDN_value(name, i);
+        for (int k = 0; k < sk_NAME_ATTR_num(rdn); ++k) {
+            const NAME_ATTR *attr = sk_NAME_ATTR_value(rdn, k);
+            if (OBJ_obj2nid(attr->type) == NID_commonName)
+                last = attr;
+        }
+    }
+    if (!last)
         return TAVIK_ERR_NOT_FOUND;
-    const ASN1_STRING *data = X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, index));
+    const ASN1_STRING *data = tavik::detail::stringOf(last->value);
+    if (!data)
+        return TAVIK_ERR_VERIFY;
     unsigned char *utf8 = nullptr;
     const int length = ASN1_STRING_to_UTF8(&utf8, data);
     const OsslBytesPtr owned(utf8);
@@ -224,8 +241,12 @@ int commonName(const X509_NAME *name, char **out)
 }
 
 // "C = CN, O = Example, OU = Unit" with non-ASCII text as UTF-8, not escaped.
-int oneLineName(const X509_NAME *name, char **out)
+int oneLineName(const NAME_RDNS *rdns, char **out)
 {
+    const tavik::detail::NamePtr owned = tavik::detail::x509NameOf(rdns);
+    const X509_NAME *name = owned.get();
+    if (!name)
+        return TAVIK_ERR_VERIFY;
     BioPtr bio(BIO_new(BIO_s_mem()));
     if (!bio)
         return TAVIK_ERR_MEMORY;
@@ -239,27 +260,28 @@ int oneLineName(const X509_NAME *name, char **out)
     return giveText(text, static_cast<std::size_t>(length), out);
 }
 
-int issuerName(X509 *x509, char **out)
+int issuerName(const CertData &cert, char **out)
 {
-    const X509_NAME *issuer = X509_get_issuer_name(x509);
-    if (!issuer)
-        return TAVIK_ERR_VERIFY;
+    const NAME_RDNS *issuer = cert.tbs().issuer;
     const int rc = commonName(issuer, out);
     return rc == TAVIK_ERR_NOT_FOUND ? oneLineName(issuer, out) : rc;
 }
 
-int friendlyName(X509 *x509, char **out)
+int friendlyName(const CertData &cert, char **out)
 {
+    if (!cert.mayHaveAlias())
+        return TAVIK_ERR_NOT_FOUND;
+    X509 *x509 = cert.x509();
     int length = 0;
-    const unsigned char *alias = X509_alias_get0(x509, &length);
+    const unsigned char *alias = x509 ? X509_alias_get0(x509, &length) : nullptr;
     if (!alias || length <= 0)
         return TAVIK_ERR_NOT_FOUND;
     return giveText(reinterpret_cast<const char *>(alias), static_cast<std::size_t>(length), out);
 }
 
-int notAfter(X509 *x509, char **out)
+int notAfter(const CertData &cert, char **out)
 {
-    const auto end = tavik::detail::readTime(X509_get0_notAfter(x509));
+    const auto end = tavik::detail::readTime(cert.tbs().validity->notAfter);
     if (!end)
         return TAVIK_ERR_VERIFY;
     char text[32];
@@ -280,13 +302,13 @@ int TavikPKICertGetCertStringAttribute(TAVIK_CERT_st *cert, int code, char **tex
         return TAVIK_ERR_ARGUMENT;
     switch (code) {
     case TAVIK_ATTR_SUBJECT_CN:
-        return commonName(X509_get_subject_name(cert->x509), text);
+        return commonName(cert->data->tbs().subject, text);
     case TAVIK_ATTR_ISSUER_NAME:
-        return issuerName(cert->x509, text);
+        return issuerName(*cert->data, text);
     case TAVIK_ATTR_FRIENDLY_NAME:
-        return friendlyName(cert->x509, text);
+        return friendlyName(*cert->data, text);
     case TAVIK_ATTR_NOT_AFTER:
-        return notAfter(cert->x509, text);
+        return notAfter(*cert->data, text);
     default:
         return TAVIK_ERR_ARGUMENT;
     }
@@ -298,15 +320,15 @@ int TavikPKICertGetCertIntegerAttribute(TAVIK_CERT_st *cert, int code, int64_t *
         return TAVIK_ERR_ARGUMENT;
     switch (code) {
     case TAVIK_ATTR_KEY_ALGORITHM:
-        return keyAlgorithm(cert->x509, *value);
+        return keyAlgorithm(*cert->data, *value);
     case TAVIK_ATTR_CURVE:
-        return curve(cert->x509, *value);
+        return curve(*cert->data, *value);
     case TAVIK_ATTR_KEY_USAGE:
-        return keyUsage(cert->x509, *value);
+        return keyUsage(*cert->data, *value);
     case TAVIK_ATTR_KEY_SIZE:
-        return keySize(cert->x509, *value);
+        return keySize(*cert->data, *value);
     case TAVIK_ATTR_IN_VALIDITY:
-        return inValidity(cert->x509, *value);
+        return inValidity(*cert->data, *value);
     default:
         return TAVIK_ERR_ARGUMENT;
     }

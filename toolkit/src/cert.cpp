@@ -1,5 +1,6 @@
-// Certificate handles: loading from DER or PEM, duplication, release and the
-// validity period.
+// Certificate handles: loading from DER or PEM, the fields read without the
+// key, OpenSSL's object made on demand, duplication, release and the validity
+// period.
 #include <openssl/bio.h>
 #include <openssl/err.h>
 #include <openssl/pem.h>
@@ -16,15 +17,148 @@
 #include <string_view>
 #include <vector>
 
+#include "cert_data.hpp"
 #include "internal.hpp"
 #include "store.hpp"
 #include "values.hpp"
 
+namespace tavik::detail {
+
+ASN1_SEQUENCE(NAME_ATTR) =
+    {
+        ASN1_SIMPLE(NAME_ATTR, type, ASN1_OBJECT),
+        ASN1_SIMPLE(NAME_ATTR, value, ASN1_ANY),
+} ASN1_SEQUENCE_END(NAME_ATTR)
+
+        ASN1_ITEM_TEMPLATE(NAME_RDN) = ASN1_EX_TEMPLATE_TYPE(
+            ASN1_TFLG_SET_OF, 0, RelativeDistinguishedName,
+            NAME_ATTR) ASN1_ITEM_TEMPLATE_END(NAME_RDN)
+
+            ASN1_ITEM_TEMPLATE(NAME_RDNS) = ASN1_EX_TEMPLATE_TYPE(
+                ASN1_TFLG_SEQUENCE_OF, 0, Name, NAME_RDN) ASN1_ITEM_TEMPLATE_END(NAME_RDNS)
+
+                ASN1_SEQUENCE(CERT_SPKI) =
+                    {
+                        ASN1_SIMPLE(CERT_SPKI, algorithm, X509_ALGOR),
+                        ASN1_SIMPLE(CERT_SPKI, key, ASN1_BIT_STRING),
+} ASN1_SEQUENCE_END(CERT_SPKI)
+
+                        ASN1_SEQUENCE(CERT_TBS) =
+                            {
+                                ASN1_EXP_OPT(CERT_TBS, version, ASN1_INTEGER, 0),
+                                ASN1_SIMPLE(CERT_TBS, serial, ASN1_INTEGER),
+                                ASN1_SIMPLE(CERT_TBS, signature, X509_ALGOR),
+                                ASN1_SIMPLE(CERT_TBS, issuer, NAME_RDNS),
+                                ASN1_SIMPLE(CERT_TBS, validity, X509_VAL),
+                                ASN1_SIMPLE(CERT_TBS, subject, NAME_RDNS),
+                                ASN1_SIMPLE(CERT_TBS, spki, CERT_SPKI),
+                                ASN1_IMP_OPT(CERT_TBS, issuerUid, ASN1_BIT_STRING, 1),
+                                ASN1_IMP_OPT(CERT_TBS, subjectUid, ASN1_BIT_STRING, 2),
+                                ASN1_EXP_SEQUENCE_OF_OPT(CERT_TBS, extensions, X509_EXTENSION, 3),
+} ASN1_SEQUENCE_END(CERT_TBS)
+
+                                ASN1_SEQUENCE(CERT_FIELDS) =
+                                    {
+                                        ASN1_SIMPLE(CERT_FIELDS, tbs, CERT_TBS),
+                                        ASN1_SIMPLE(CERT_FIELDS, signatureAlgorithm, X509_ALGOR),
+                                        ASN1_SIMPLE(CERT_FIELDS, signature, ASN1_BIT_STRING),
+} ASN1_SEQUENCE_END(CERT_FIELDS)
+
+                                        namespace
+{
+
+    CertFieldsPtr readFields(const unsigned char **in, const unsigned char *end)
+    {
+        const auto remaining = end - *in;
+        if (remaining <= 0 || remaining > LONG_MAX)
+            return nullptr;
+        return CertFieldsPtr(reinterpret_cast<CERT_FIELDS *>(
+            ASN1_item_d2i(nullptr, in, static_cast<long>(remaining), CERT_FIELDS_it())));
+    }
+
+} // namespace
+
+// Only the fields are read here: OpenSSL's d2i_X509 would also decode the
+// public key through its provider decoders, which is most of its cost and
+// which the rows never need.
+std::shared_ptr<CertData> CertData::read(const unsigned char **in, const unsigned char *end)
+{
+    const unsigned char *const start = *in;
+    const unsigned char *p = start;
+    CertFieldsPtr fields = readFields(&p, end);
+    if (!fields)
+        return nullptr;
+    auto data = std::make_shared<CertData>(std::vector<unsigned char>(start, p),
+                                           static_cast<std::size_t>(p - start), std::move(fields));
+    *in = p;
+    return data;
+}
+
+// A trusted PEM block: the certificate, then optionally its X509_CERT_AUX,
+// which only OpenSSL's object reads (trust settings, alias).
+std::shared_ptr<CertData> CertData::readWithAux(const unsigned char *bytes, std::size_t length)
+{
+    const unsigned char *const end = bytes + length;
+    const unsigned char *p = bytes;
+    CertFieldsPtr fields = readFields(&p, end);
+    if (!fields)
+        return nullptr;
+    const auto derLength = static_cast<std::size_t>(p - bytes);
+    if (p < end) {
+        using AuxPtr = OsslPtr<X509_CERT_AUX, X509_CERT_AUX_free>;
+        const AuxPtr aux(d2i_X509_CERT_AUX(nullptr, &p, static_cast<long>(end - p)));
+        if (!aux)
+            return nullptr;
+    }
+    auto data = std::make_shared<CertData>(std::vector<unsigned char>(bytes, p), derLength,
+                                           std::move(fields));
+    data->m_fromObject = p > bytes + derLength;
+    return data;
+}
+
+std::shared_ptr<CertData> CertData::fromX509(X509 *x509)
+{
+    X509Ptr owned(x509);
+    const auto der = encode(x509, i2d_X509);
+    if (!der)
+        return nullptr;
+    const unsigned char *p = der->data();
+    CertFieldsPtr fields = readFields(&p, der->data() + der->size());
+    if (!fields || p != der->data() + der->size())
+        return nullptr;
+    auto data = std::make_shared<CertData>(*der, der->size(), std::move(fields));
+    ensureSm2Id(owned.get());
+    data->m_x509 = std::move(owned);
+    data->m_fromObject = true;
+    return data;
+}
+
+X509 *CertData::x509() const noexcept
+{
+    std::call_once(m_once, [this] {
+        if (m_x509)
+            return;
+        ERR_set_mark();
+        const unsigned char *p = m_bytes.data();
+        const auto length = static_cast<long>(m_bytes.size());
+        X509Ptr x509(hasAux() ? d2i_X509_AUX(nullptr, &p, length) : d2i_X509(nullptr, &p, length));
+        ERR_pop_to_mark();
+        // Verification of SM2 signatures needs the default identifier attached.
+        if (x509)
+            ensureSm2Id(x509.get());
+        m_x509 = std::move(x509);
+    });
+    return m_x509.get();
+}
+
+} // namespace tavik::detail
+
 namespace {
 
 using tavik::detail::BioPtr;
+using tavik::detail::CertData;
 using tavik::detail::FilePtr;
-using tavik::detail::X509Ptr;
+using CertList = std::vector<std::shared_ptr<const CertData>>;
 
 // Larger files are not certificates; the bound also stops reads of endless
 // device files.
@@ -37,20 +171,15 @@ int noPassword(char *, int, int, void *)
 }
 
 // Consecutive DER certificates filling the whole input; a single one unless all.
-int decodeDer(const unsigned char *data, std::size_t length, bool all, std::vector<X509Ptr> &out)
+int decodeDer(const unsigned char *data, std::size_t length, bool all, CertList &out)
 {
     const unsigned char *p = data;
     const unsigned char *const end = data + length;
     while (p < end) {
-        const auto remaining = static_cast<std::size_t>(end - p);
-        if (remaining > static_cast<std::size_t>(LONG_MAX))
+        auto cert = CertData::read(&p, end);
+        if (!cert)
             return TAVIK_ERR_ARGUMENT;
-        const unsigned char *q = p;
-        X509Ptr x509(d2i_X509(nullptr, &q, static_cast<long>(remaining)));
-        if (!x509)
-            return TAVIK_ERR_ARGUMENT;
-        out.push_back(std::move(x509));
-        p = q;
+        out.push_back(std::move(cert));
         if (!all)
             break;
     }
@@ -68,18 +197,29 @@ bool isCertificateBlock(std::string_view name)
 }
 
 // One "-----BEGIN X-----" ... "-----END X-----" block; TRUSTED CERTIFICATE
-// blocks keep their alias.
-X509Ptr decodePemBlock(std::string_view block)
+// blocks keep their aux.
+std::shared_ptr<const CertData> decodePemBlock(std::string_view block)
 {
     // The PEM reader wants the END line terminated.
     const std::string text = std::string(block) + "\n";
     BioPtr bio(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
     if (!bio)
         return nullptr;
+    char *name = nullptr;
+    char *header = nullptr;
+    unsigned char *data = nullptr;
+    long length = 0;
     ERR_set_mark();
-    X509Ptr x509(PEM_read_bio_X509_AUX(bio.get(), nullptr, noPassword, nullptr));
+    const int read = PEM_read_bio(bio.get(), &name, &header, &data, &length);
+    const tavik::detail::OsslTextPtr ownedName(name), ownedHeader(header);
+    const tavik::detail::OsslBytesPtr ownedData(data);
+    EVP_CIPHER_INFO cipher;
+    const bool plain = read == 1 && PEM_get_EVP_CIPHER_INFO(header, &cipher) == 1 &&
+                       PEM_do_header(&cipher, data, &length, noPassword, nullptr) == 1;
     ERR_pop_to_mark();
-    return x509;
+    if (!plain || length <= 0)
+        return nullptr;
+    return CertData::readWithAux(data, static_cast<std::size_t>(length));
 }
 
 // The certificate blocks of PEM text in order. Other blocks (keys, parameters,
@@ -88,7 +228,7 @@ X509Ptr decodePemBlock(std::string_view block)
 // Written by hand on purpose: PEM_X509_INFO_read_bio and PEM_read_bio_X509
 // stop at the first block they cannot decode, so a bundle with a damaged key
 // beside good certificates would load nothing.
-int decodePem(const unsigned char *data, std::size_t length, bool all, std::vector<X509Ptr> &out)
+int decodePem(const unsigned char *data, std::size_t length, bool all, CertList &out)
 {
     if (length > static_cast<std::size_t>(INT_MAX))
         return TAVIK_ERR_ARGUMENT;
@@ -116,10 +256,10 @@ int decodePem(const unsigned char *data, std::size_t length, bool all, std::vect
         }
         const std::size_t blockEnd = endPos + endLine.size();
         if (certificate) {
-            X509Ptr x509 = decodePemBlock(text.substr(pos, blockEnd - pos));
-            if (!x509)
+            auto cert = decodePemBlock(text.substr(pos, blockEnd - pos));
+            if (!cert)
                 return TAVIK_ERR_ARGUMENT;
-            out.push_back(std::move(x509));
+            out.push_back(std::move(cert));
             if (!all)
                 break;
         }
@@ -134,7 +274,7 @@ bool looksLikePem(const unsigned char *data, std::size_t length)
     return text.find("-----BEGIN ") != std::string_view::npos;
 }
 
-int decode(const unsigned char *data, std::size_t length, bool all, std::vector<X509Ptr> &out)
+int decode(const unsigned char *data, std::size_t length, bool all, CertList &out)
 {
     if (!data && length)
         return TAVIK_ERR_ARGUMENT;
@@ -176,11 +316,12 @@ int newFirst(const unsigned char *data, std::size_t length, TAVIK_CERT_st **cert
 {
     if (!cert)
         return TAVIK_ERR_ARGUMENT;
-    std::vector<X509Ptr> certs;
-    const int rc = decode(data, length, false, certs);
+    CertList certs;
+    const int rc = tavik::detail::guard<int>(TAVIK_ERR_MEMORY,
+                                             [&] { return decode(data, length, false, certs); });
     if (rc != 1)
         return rc;
-    TAVIK_CERT_st *handle = tavik::detail::newCertHandle(certs.front().release());
+    TAVIK_CERT_st *handle = tavik::detail::newCertHandle(std::move(certs.front()));
     if (!handle)
         return TAVIK_ERR_MEMORY;
     *cert = handle;
@@ -191,8 +332,9 @@ int newAll(const unsigned char *data, std::size_t length, TAVIK_CERT_st ***certs
 {
     if (!certs || !count)
         return TAVIK_ERR_ARGUMENT;
-    std::vector<X509Ptr> decoded;
-    const int rc = decode(data, length, true, decoded);
+    CertList decoded;
+    const int rc = tavik::detail::guard<int>(TAVIK_ERR_MEMORY,
+                                             [&] { return decode(data, length, true, decoded); });
     if (rc != 1)
         return rc;
     if (decoded.size() > static_cast<std::size_t>(INT_MAX))
@@ -202,7 +344,7 @@ int newAll(const unsigned char *data, std::size_t length, TAVIK_CERT_st ***certs
     if (!array)
         return TAVIK_ERR_MEMORY;
     for (int i = 0; i < n; ++i) {
-        array[i] = tavik::detail::newCertHandle(decoded[static_cast<std::size_t>(i)].release());
+        array[i] = tavik::detail::newCertHandle(std::move(decoded[static_cast<std::size_t>(i)]));
         if (!array[i]) {
             TavikPKICertFreeCertPath(array, n);
             return TAVIK_ERR_MEMORY;
@@ -217,17 +359,9 @@ int newAll(const unsigned char *data, std::size_t length, TAVIK_CERT_st ***certs
 
 namespace tavik::detail {
 
-TAVIK_CERT_st *newCertHandle(X509 *x509) noexcept
+TAVIK_CERT_st *newCertHandle(std::shared_ptr<const CertData> data) noexcept
 {
-    X509Ptr owned(x509);
-    if (!owned)
-        return nullptr;
-    // Verification of SM2 signatures needs the default identifier attached.
-    ensureSm2Id(owned.get());
-    auto *handle = newObject<TAVIK_CERT_st>(owned.get());
-    if (handle)
-        owned.release();
-    return handle;
+    return data ? newObject<TAVIK_CERT_st>(std::move(data)) : nullptr;
 }
 
 TAVIK_CERT_st **newCertArray(std::size_t count) noexcept
@@ -276,16 +410,13 @@ int TavikPKICertNewAllFromFile(const char *path, TAVIK_CERT_st ***certs, int *co
 
 TAVIK_CERT_st *TavikPKICertDupCert(TAVIK_CERT_st *cert)
 {
-    if (!cert || !X509_up_ref(cert->x509))
-        return nullptr;
-    return tavik::detail::newCertHandle(cert->x509);
+    return cert ? tavik::detail::newCertHandle(cert->data) : nullptr;
 }
 
 void TavikPKICertFreeCert(TAVIK_CERT_st *cert)
 {
     if (!cert)
         return;
-    const X509Ptr release(cert->x509);
     tavik::detail::freeObject(cert);
 }
 
@@ -300,12 +431,12 @@ void TavikPKICertFreeCertPath(TAVIK_CERT_st **path, int count)
 
 tavik_time *tavik_cert_getvaliditystart(TAVIK_CERT_st *cert)
 {
-    return cert ? tavik::detail::newTime(X509_get0_notBefore(cert->x509)) : nullptr;
+    return cert ? tavik::detail::newTime(cert->data->tbs().validity->notBefore) : nullptr;
 }
 
 tavik_time *tavik_cert_getvalidityend(TAVIK_CERT_st *cert)
 {
-    return cert ? tavik::detail::newTime(X509_get0_notAfter(cert->x509)) : nullptr;
+    return cert ? tavik::detail::newTime(cert->data->tbs().validity->notAfter) : nullptr;
 }
 
 } // extern "C"

@@ -2,7 +2,7 @@
 //   Extensions ::= SEQUENCE SIZE (1..MAX) OF Extension
 //   Extension  ::= SEQUENCE { extnID OID, critical BOOLEAN DEFAULT FALSE,
 //                             extnValue OCTET STRING }
-// held as owning copies in stored order.
+// shared with the certificate it was read from, in stored order.
 #include <openssl/objects.h>
 #include <openssl/x509.h>
 
@@ -10,18 +10,16 @@
 #include <new>
 #include <vector>
 
+#include "cert_data.hpp"
 #include "extensions.hpp"
 #include "internal.hpp"
 #include "objects.hpp"
 
 using tavik::detail::freeObject;
 using tavik::detail::newObject;
-using tavik::detail::OsslPtr;
-
-using ExtensionPtr = OsslPtr<X509_EXTENSION, X509_EXTENSION_free>;
 
 struct tavik_cert_exts_st {
-    std::vector<ExtensionPtr> items;
+    std::shared_ptr<STACK_OF(X509_EXTENSION)> items;
 };
 
 namespace tavik::detail {
@@ -47,20 +45,16 @@ DerBytes extValue(const tavik_cert_ext *ext) noexcept
 
 namespace {
 
-tavik_cert_ext *newExt(const X509_EXTENSION *ext) noexcept
+tavik_cert_ext *newExt(const tavik_cert_exts *exts, int index) noexcept
 {
-    ExtensionPtr copy(ext ? X509_EXTENSION_dup(ext) : nullptr);
-    if (!copy)
-        return nullptr;
-    return newObject<tavik_cert_ext_st>(std::move(copy));
+    X509_EXTENSION *ext = sk_X509_EXTENSION_value(exts->items.get(), index);
+    return ext ? newObject<tavik_cert_ext_st>(std::shared_ptr<X509_EXTENSION>(exts->items, ext))
+               : nullptr;
 }
 
-int extCount(TAVIK_CERT_st *cert) noexcept
+STACK_OF(X509_EXTENSION) * extensionsOf(TAVIK_CERT_st *cert) noexcept
 {
-    if (!cert || !cert->x509)
-        return 0;
-    const int count = sk_X509_EXTENSION_num(X509_get0_extensions(cert->x509));
-    return count > 0 ? count : 0;
+    return cert ? cert->data->tbs().extensions : nullptr;
 }
 
 } // namespace
@@ -69,26 +63,15 @@ extern "C" {
 
 int tavik_cert_hasexts(TAVIK_CERT_st *cert)
 {
-    return extCount(cert) > 0 ? 1 : 0;
+    return sk_X509_EXTENSION_num(extensionsOf(cert)) > 0 ? 1 : 0;
 }
 
 tavik_cert_exts *tavik_cert_getexts(TAVIK_CERT_st *cert)
 {
-    const int count = extCount(cert);
-    if (count == 0)
+    STACK_OF(X509_EXTENSION) *stack = extensionsOf(cert);
+    if (sk_X509_EXTENSION_num(stack) <= 0)
         return nullptr;
-    const STACK_OF(X509_EXTENSION) *stack = X509_get0_extensions(cert->x509);
-    return tavik::detail::guard<tavik_cert_exts *>(nullptr, [&]() -> tavik_cert_exts * {
-        std::vector<ExtensionPtr> items;
-        items.reserve(static_cast<std::size_t>(count));
-        for (int i = 0; i < count; ++i) {
-            ExtensionPtr copy(X509_EXTENSION_dup(sk_X509_EXTENSION_value(stack, i)));
-            if (!copy)
-                return nullptr;
-            items.push_back(std::move(copy));
-        }
-        return newObject<tavik_cert_exts_st>(std::move(items));
-    });
+    return newObject<tavik_cert_exts_st>(tavik::detail::shareOf(cert, stack));
 }
 
 void tavik_cert_exts_free(tavik_cert_exts *exts)
@@ -98,26 +81,25 @@ void tavik_cert_exts_free(tavik_cert_exts *exts)
 
 int tavik_cert_exts_getitemcount(const tavik_cert_exts *exts)
 {
-    return exts ? static_cast<int>(exts->items.size()) : -1;
+    return exts ? sk_X509_EXTENSION_num(exts->items.get()) : -1;
 }
 
 tavik_cert_ext *tavik_cert_exts_getitem(const tavik_cert_exts *exts, int index)
 {
-    if (!exts || index < 0 || static_cast<std::size_t>(index) >= exts->items.size())
+    if (!exts || index < 0 || index >= tavik_cert_exts_getitemcount(exts))
         return nullptr;
-    return newExt(exts->items[static_cast<std::size_t>(index)].get());
+    return newExt(exts, index);
 }
 
 tavik_cert_ext *tavik_cert_exts_find(const tavik_cert_exts *exts, const char *oid)
 {
     if (!exts || !oid)
         return nullptr;
-    for (const ExtensionPtr &item : exts->items) {
-        char *text = tavik::detail::dottedOid(X509_EXTENSION_get_object(item.get()));
-        const bool same = text && std::strcmp(text, oid) == 0;
-        tavik_free(text);
-        if (same)
-            return newExt(item.get());
+    for (int i = 0; i < tavik_cert_exts_getitemcount(exts); ++i) {
+        const tavik::TextPtr text(tavik::detail::dottedOid(
+            X509_EXTENSION_get_object(sk_X509_EXTENSION_value(exts->items.get(), i))));
+        if (text && std::strcmp(text.get(), oid) == 0)
+            return newExt(exts, i);
     }
     return nullptr;
 }

@@ -13,8 +13,9 @@
 
 #include "objects.hpp"
 
+// One extension of a list, sharing the certificate it belongs to.
 struct tavik_cert_ext_st {
-    tavik::detail::OsslPtr<X509_EXTENSION, X509_EXTENSION_free> ext;
+    std::shared_ptr<X509_EXTENSION> ext;
 };
 
 namespace tavik::detail {

@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "cert_data.hpp"
 #include "extensions.hpp"
 #include "internal.hpp"
 #include "objects.hpp"
@@ -73,6 +74,14 @@ ASN1_SEQUENCE(DSS_PARMS) =
 
         using EcdsaSigPtr = OsslPtr<ECDSA_SIG, ECDSA_SIG_free>;
 
+// An implementation fetched once: EVP_md5() and the like make EVP_Digest
+// look their implementation up again on every call, which costs more than
+// hashing a certificate. Kept for the life of the process.
+const EVP_MD *fetched(const char *name) noexcept
+{
+    return EVP_MD_fetch(nullptr, name, nullptr);
+}
+
 int digest(const EVP_MD *md, const unsigned char *data, size_t length, unsigned char *out,
            size_t *outlength) noexcept
 {
@@ -91,9 +100,9 @@ int digest(const EVP_MD *md, const unsigned char *data, size_t length, unsigned 
     return 1;
 }
 
-X509 *x509Of(TAVIK_CERT_st *cert) noexcept
+const tavik::detail::CERT_TBS *tbsOf(const TAVIK_CERT_st *cert) noexcept
 {
-    return cert ? cert->x509 : nullptr;
+    return cert ? &cert->data->tbs() : nullptr;
 }
 
 } // namespace
@@ -145,21 +154,21 @@ extern "C" {
 //   version [0] EXPLICIT Version DEFAULT v1,  Version ::= INTEGER { v1(0), v2(1), v3(2) }
 int tavik_cert_getversion(TAVIK_CERT_st *cert)
 {
-    X509 *x509 = x509Of(cert);
-    if (!x509)
+    const auto *tbs = tbsOf(cert);
+    if (!tbs)
         return -1;
-    const long version = X509_get_version(x509);
+    const long version = tbs->version ? ASN1_INTEGER_get(tbs->version) : 0;
     return version >= 0 && version <= INT_MAX ? static_cast<int>(version) : -1;
 }
 
 //   serialNumber CertificateSerialNumber,  CertificateSerialNumber ::= INTEGER
 int tavik_cert_getserialnumber_ex(TAVIK_CERT_st *cert, tavik_asn1_value **serial)
 {
-    X509 *x509 = x509Of(cert);
-    if (!x509 || !serial)
+    const auto *tbs = tbsOf(cert);
+    if (!tbs || !serial)
         return TAVIK_ERR_ARGUMENT;
     return tavik::detail::guard<int>(TAVIK_ERR_MEMORY, [&]() -> int {
-        const auto encoded = tavik::detail::encode(X509_get0_serialNumber(x509), i2d_ASN1_INTEGER);
+        const auto encoded = tavik::detail::encode(tbs->serial, i2d_ASN1_INTEGER);
         if (!encoded)
             return TAVIK_ERR_VERIFY;
         tavik_asn1_value *raw = nullptr;
@@ -179,19 +188,15 @@ int tavik_cert_getserialnumber_ex(TAVIK_CERT_st *cert, tavik_asn1_value **serial
 // certificates may set apart from the outer signatureAlgorithm.
 tavik_cert_algorithmid *tavik_cert_getsignalgorithm(TAVIK_CERT_st *cert)
 {
-    X509 *x509 = x509Of(cert);
-    return x509 ? tavik::detail::newAlgorithmId(X509_get0_tbs_sigalg(x509)) : nullptr;
+    const auto *tbs = tbsOf(cert);
+    return tbs ? tavik::detail::newAlgorithmId(tbs->signature) : nullptr;
 }
 
 //   SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, ... }
 tavik_cert_algorithmid *tavik_cert_getpubkeyalgorithm(TAVIK_CERT_st *cert)
 {
-    X509 *x509 = x509Of(cert);
-    const X509_PUBKEY *spki = x509 ? X509_get_X509_PUBKEY(x509) : nullptr;
-    X509_ALGOR *alg = nullptr;
-    if (!spki || X509_PUBKEY_get0_param(nullptr, nullptr, nullptr, &alg, spki) != 1)
-        return nullptr;
-    return tavik::detail::newAlgorithmId(alg);
+    const auto *tbs = tbsOf(cert);
+    return tbs ? tavik::detail::newAlgorithmId(tbs->spki->algorithm) : nullptr;
 }
 
 void tavik_cert_algorithmid_free(tavik_cert_algorithmid *alg)
@@ -262,25 +267,19 @@ tavik_biginteger *tavik_cert_dssparams_getg(const tavik_cert_dssparams *params)
 //   issuer Name, subject Name
 tavik_cert_dn *tavik_cert_getissuer(TAVIK_CERT_st *cert)
 {
-    X509 *x509 = x509Of(cert);
-    return x509 ? tavik::detail::newDn(X509_get_issuer_name(x509)) : nullptr;
+    return cert ? tavik::detail::newDn(tavik::detail::shareOf(cert, tbsOf(cert)->issuer)) : nullptr;
 }
 
 tavik_cert_dn *tavik_cert_getsubject(TAVIK_CERT_st *cert)
 {
-    X509 *x509 = x509Of(cert);
-    return x509 ? tavik::detail::newDn(X509_get_subject_name(x509)) : nullptr;
+    return cert ? tavik::detail::newDn(tavik::detail::shareOf(cert, tbsOf(cert)->subject))
+                : nullptr;
 }
 
 //   signatureValue BIT STRING
 tavik_data_blob *tavik_cert_getsignvalue(TAVIK_CERT_st *cert)
 {
-    X509 *x509 = x509Of(cert);
-    if (!x509)
-        return nullptr;
-    const ASN1_BIT_STRING *signature = nullptr;
-    X509_get0_signature(&signature, nullptr, x509);
-    return blobOf(signature);
+    return cert ? blobOf(cert->data->fields().signature) : nullptr;
 }
 
 //   Dss-Sig-Value / ECDSA-Sig-Value / SM2Signature ::= SEQUENCE { r INTEGER, s INTEGER }
@@ -311,77 +310,68 @@ int TavikPKICryptoDecodeECCSignature(const unsigned char *signature, int length,
 //   subjectUniqueID [2] IMPLICIT UniqueIdentifier OPTIONAL,  UniqueIdentifier ::= BIT STRING
 int tavik_cert_hasissueruid(TAVIK_CERT_st *cert)
 {
-    X509 *x509 = x509Of(cert);
-    const ASN1_BIT_STRING *uid = nullptr;
-    if (x509)
-        X509_get0_uids(x509, &uid, nullptr);
-    return uid ? 1 : 0;
+    const auto *tbs = tbsOf(cert);
+    return tbs && tbs->issuerUid ? 1 : 0;
 }
 
 int tavik_cert_hassubjectuid(TAVIK_CERT_st *cert)
 {
-    X509 *x509 = x509Of(cert);
-    const ASN1_BIT_STRING *uid = nullptr;
-    if (x509)
-        X509_get0_uids(x509, nullptr, &uid);
-    return uid ? 1 : 0;
+    const auto *tbs = tbsOf(cert);
+    return tbs && tbs->subjectUid ? 1 : 0;
 }
 
 tavik_bitset *tavik_cert_getissueruid(TAVIK_CERT_st *cert)
 {
-    X509 *x509 = x509Of(cert);
-    const ASN1_BIT_STRING *uid = nullptr;
-    if (x509)
-        X509_get0_uids(x509, &uid, nullptr);
-    return tavik::detail::newBitSet(uid);
+    const auto *tbs = tbsOf(cert);
+    return tavik::detail::newBitSet(tbs ? tbs->issuerUid : nullptr);
 }
 
 tavik_bitset *tavik_cert_getsubjectuid(TAVIK_CERT_st *cert)
 {
-    X509 *x509 = x509Of(cert);
-    const ASN1_BIT_STRING *uid = nullptr;
-    if (x509)
-        X509_get0_uids(x509, nullptr, &uid);
-    return tavik::detail::newBitSet(uid);
+    const auto *tbs = tbsOf(cert);
+    return tavik::detail::newBitSet(tbs ? tbs->subjectUid : nullptr);
 }
 
 //   Certificate ::= SEQUENCE { tbsCertificate, signatureAlgorithm, signatureValue }
+// The bytes it was read from, which the thumbprints hash.
 tavik_data_blob *tavik_cert_encode(TAVIK_CERT_st *cert)
 {
-    return tavik::detail::guard<tavik_data_blob *>(nullptr, [&]() -> tavik_data_blob * {
-        const auto encoded = tavik::detail::encode(x509Of(cert), i2d_X509);
-        return encoded ? tavik_data_blob_new(encoded->data(), encoded->size()) : nullptr;
-    });
+    return cert ? tavik_data_blob_new(cert->data->der(), cert->data->derLength()) : nullptr;
 }
 
 int tavik_crypto_md5(const unsigned char *data, size_t length, unsigned char *out,
                      size_t *outlength)
 {
-    return digest(EVP_md5(), data, length, out, outlength);
+    static const EVP_MD *const md = fetched("MD5");
+    return digest(md, data, length, out, outlength);
 }
 
 int tavik_crypto_sha1(const unsigned char *data, size_t length, unsigned char *out,
                       size_t *outlength)
 {
-    return digest(EVP_sha1(), data, length, out, outlength);
+    static const EVP_MD *const md = fetched("SHA1");
+    return digest(md, data, length, out, outlength);
 }
 
 int tavik_crypto_sha256(const unsigned char *data, size_t length, unsigned char *out,
                         size_t *outlength)
 {
-    return digest(EVP_sha256(), data, length, out, outlength);
+    static const EVP_MD *const md = fetched("SHA256");
+    return digest(md, data, length, out, outlength);
 }
 
 int tavik_crypto_sha512(const unsigned char *data, size_t length, unsigned char *out,
                         size_t *outlength)
 {
-    return digest(EVP_sha512(), data, length, out, outlength);
+    static const EVP_MD *const md = fetched("SHA512");
+    return digest(md, data, length, out, outlength);
 }
 
 int tavik_crypto_sm3(const unsigned char *data, size_t length, unsigned char *out,
                      size_t *outlength)
 {
-    return digest(EVP_sm3(), data, length, out, outlength);
+    static const EVP_MD *const md = fetched("SM3");
+    return digest(md, data, length, out, outlength);
 }
 
 } // extern "C"

@@ -20,8 +20,12 @@
 #include "tavik_pki.h"
 #include "tavik_ptr.hpp"
 
+namespace tavik::detail {
+class CertData;
+}
+
 struct TAVIK_CERT_st {
-    X509 *x509; // one reference, released with the handle
+    std::shared_ptr<const tavik::detail::CertData> data; // shared with duplicates
 };
 
 namespace tavik::detail {
@@ -36,9 +40,8 @@ long liveCount() noexcept;
 std::time_t now() noexcept;
 void pinNow(std::int64_t epochSeconds) noexcept;
 
-// A new handle owning one reference to x509 (the reference is consumed, also
-// on failure). Null on failure.
-TAVIK_CERT_st *newCertHandle(X509 *x509) noexcept;
+// A new handle over a certificate's data; null on failure.
+TAVIK_CERT_st *newCertHandle(std::shared_ptr<const CertData> data) noexcept;
 
 // Copies bytes into a NUL-terminated toolkit buffer (freed with tavik_free).
 char *dupText(const char *text, std::size_t length) noexcept;

@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "cert_data.hpp"
 #include "extensions.hpp"
 #include "internal.hpp"
 #include "objects.hpp"
@@ -163,16 +164,20 @@ extern "C" {
 
 tavik_cert_pubkey *tavik_cert_getpubkey(TAVIK_CERT_st *cert)
 {
-    const X509_PUBKEY *spki = cert && cert->x509 ? X509_get_X509_PUBKEY(cert->x509) : nullptr;
-    const unsigned char *key = nullptr;
-    int keyLength = 0;
-    X509_ALGOR *alg = nullptr;
-    if (!spki || X509_PUBKEY_get0_param(nullptr, &key, &keyLength, &alg, spki) != 1 || !alg ||
-        keyLength < 0 || (!key && keyLength))
+    if (!cert)
+        return nullptr;
+    const tavik::detail::CERT_SPKI *spki = cert->data->tbs().spki;
+    const unsigned char *key = ASN1_STRING_get0_data(spki->key);
+    const int keyLength = ASN1_STRING_length(spki->key);
+    if (keyLength < 0 || (!key && keyLength))
         return nullptr;
     return tavik::detail::guard<tavik_cert_pubkey *>(nullptr, [&]() -> tavik_cert_pubkey * {
-        auto encoding = tavik::detail::encode(spki, i2d_X509_PUBKEY);
-        AlgorPtr algorithm(X509_ALGOR_dup(alg));
+        auto encoding = tavik::detail::encode(
+            spki, [](const tavik::detail::CERT_SPKI *value, unsigned char **out) {
+                return ASN1_item_i2d(reinterpret_cast<const ASN1_VALUE *>(value), out,
+                                     tavik::detail::CERT_SPKI_it());
+            });
+        AlgorPtr algorithm(X509_ALGOR_dup(spki->algorithm));
         if (!encoding || !algorithm)
             return nullptr;
         std::vector<unsigned char> bytes(key, key + keyLength);

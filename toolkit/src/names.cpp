@@ -1,6 +1,6 @@
 // Names: distinguished names, their RDNs and attributes, general names and
-// name-constraint subtrees. Every object holds its own copy of the OpenSSL
-// structure it was made from.
+// name-constraint subtrees. A name, its RDNs and attributes share the parsed
+// structure they come from; general names hold their own copies.
 #include <arpa/inet.h>
 #include <openssl/asn1.h>
 #include <openssl/objects.h>
@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "cert_data.hpp"
 #include "internal.hpp"
 #include "objects.hpp"
 #include "values.hpp"
@@ -23,26 +24,27 @@
 namespace {
 
 using tavik::detail::GeneralNamePtr;
+using tavik::detail::guard;
 using tavik::detail::IntegerPtr;
 using tavik::detail::NameEntryPtr;
 using tavik::detail::NamePtr;
+using tavik::detail::NameRdnPtr;
 using tavik::detail::ObjectPtr;
+using tavik::detail::OsslBytesPtr;
 using tavik::detail::StringPtr;
 
 } // namespace
 
 struct tavik_cert_dn_st {
-    NamePtr name;
-    // Index of the first entry of each RDN, then the entry count.
-    std::vector<int> rdnStarts;
+    std::shared_ptr<const tavik::detail::NAME_RDNS> rdns;
 };
 
 struct tavik_cert_rdn_st {
-    std::vector<NameEntryPtr> entries;
+    std::shared_ptr<const tavik::detail::NAME_RDN> attrs;
 };
 
 struct tavik_cert_attrtypeandvalue_st {
-    NameEntryPtr entry;
+    std::shared_ptr<const tavik::detail::NAME_ATTR> attr;
 };
 
 struct tavik_cert_generalname_st {
@@ -78,18 +80,22 @@ namespace {
 
 using tavik::detail::newObject;
 
-tavik_cert_rdn *newRdnOf(const std::vector<const X509_NAME_ENTRY *> &entries) noexcept
+using tavik::detail::NAME_ATTR;
+using tavik::detail::NAME_RDN;
+using tavik::detail::NAME_RDNS;
+
+// A value of the item read back from what i2d wrote: how names OpenSSL has
+// already decoded (directory names, relative names) take the form the
+// certificate's own names have.
+template <class T, const ASN1_ITEM *(*Item)(), class From, class I2d>
+tavik::detail::ItemPtr<T, Item> reread(const From *from, I2d i2d)
 {
-    return tavik::detail::guard<tavik_cert_rdn *>(nullptr, [&]() -> tavik_cert_rdn * {
-        std::vector<NameEntryPtr> copies;
-        copies.reserve(entries.size());
-        for (const X509_NAME_ENTRY *entry : entries) {
-            copies.emplace_back(X509_NAME_ENTRY_dup(entry));
-            if (!copies.back())
-                return nullptr;
-        }
-        return newObject<tavik_cert_rdn_st>(std::move(copies));
-    });
+    const auto bytes = tavik::detail::encode(from, i2d);
+    if (!bytes)
+        return nullptr;
+    const unsigned char *p = bytes->data();
+    return tavik::detail::ItemPtr<T, Item>(reinterpret_cast<T *>(
+        ASN1_item_d2i(nullptr, &p, static_cast<long>(bytes->size()), Item())));
 }
 
 // inet_ntop writes RFC 5952 text for IPv6 (lower case, no leading zeros,
@@ -152,40 +158,53 @@ tavik_ustring *ia5Choice(const tavik_cert_generalname *name, int type)
 
 namespace tavik::detail {
 
-// Name ::= SEQUENCE OF RelativeDistinguishedName
-// RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
-// OpenSSL keeps the entries flat, each with the index of its SET.
+tavik_cert_dn *newDn(std::shared_ptr<const NAME_RDNS> rdns) noexcept
+{
+    return rdns ? newObject<tavik_cert_dn_st>(std::move(rdns)) : nullptr;
+}
+
 tavik_cert_dn *newDn(const X509_NAME *name) noexcept
 {
     if (!name)
         return nullptr;
-    return tavik::detail::guard<tavik_cert_dn *>(nullptr, [&]() -> tavik_cert_dn * {
-        NamePtr copy(X509_NAME_dup(name));
-        if (!copy)
-            return nullptr;
-        std::vector<int> starts;
-        const int count = X509_NAME_entry_count(copy.get());
-        int previousSet = -1;
-        for (int i = 0; i < count; ++i) {
-            const int set = X509_NAME_ENTRY_set(X509_NAME_get_entry(copy.get(), i));
-            if (i == 0 || set != previousSet)
-                starts.push_back(i);
-            previousSet = set;
-        }
-        starts.push_back(count);
-        return newObject<tavik_cert_dn_st>(std::move(copy), std::move(starts));
+    return guard<tavik_cert_dn *>(nullptr, [&]() -> tavik_cert_dn * {
+        std::shared_ptr<const NAME_RDNS> rdns =
+            reread<NAME_RDNS, tavik::detail::NAME_RDNS_it>(name, i2d_X509_NAME);
+        return newDn(std::move(rdns));
     });
 }
 
+// RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
 tavik_cert_rdn *newRdn(const STACK_OF(X509_NAME_ENTRY) * entries) noexcept
 {
     if (!entries)
         return nullptr;
-    return tavik::detail::guard<tavik_cert_rdn *>(nullptr, [&]() -> tavik_cert_rdn * {
-        std::vector<const X509_NAME_ENTRY *> list;
-        for (int i = 0; i < sk_X509_NAME_ENTRY_num(entries); ++i)
-            list.push_back(sk_X509_NAME_ENTRY_value(entries, i));
-        return newRdnOf(list);
+    return guard<tavik_cert_rdn *>(nullptr, [&]() -> tavik_cert_rdn * {
+        NameRdnPtr rdn(sk_NAME_ATTR_new_null());
+        if (!rdn)
+            return nullptr;
+        for (int i = 0; i < sk_X509_NAME_ENTRY_num(entries); ++i) {
+            auto attr = reread<NAME_ATTR, tavik::detail::NAME_ATTR_it>(
+                sk_X509_NAME_ENTRY_value(entries, i), i2d_X509_NAME_ENTRY);
+            if (!attr || !sk_NAME_ATTR_push(rdn.get(), attr.get()))
+                return nullptr;
+            attr.release();
+        }
+        return newObject<tavik_cert_rdn_st>(std::shared_ptr<const NAME_RDN>(std::move(rdn)));
+    });
+}
+
+NamePtr x509NameOf(const NAME_RDNS *rdns) noexcept
+{
+    return guard<NamePtr>(nullptr, [&]() -> NamePtr {
+        unsigned char *out = nullptr;
+        const int length = ASN1_item_i2d(reinterpret_cast<const ASN1_VALUE *>(rdns), &out,
+                                         tavik::detail::NAME_RDNS_it());
+        const OsslBytesPtr owned(out);
+        if (length <= 0)
+            return nullptr;
+        const unsigned char *p = out;
+        return NamePtr(d2i_X509_NAME(nullptr, &p, length));
     });
 }
 
@@ -263,20 +282,15 @@ void tavik_cert_dn_free(tavik_cert_dn *dn)
 
 int tavik_cert_dn_getitemcount(const tavik_cert_dn *dn)
 {
-    return dn ? static_cast<int>(dn->rdnStarts.size()) - 1 : -1;
+    return dn ? sk_NAME_RDN_num(dn->rdns.get()) : -1;
 }
 
 tavik_cert_rdn *tavik_cert_dn_getitem(const tavik_cert_dn *dn, int index)
 {
     if (!dn || index < 0 || index >= tavik_cert_dn_getitemcount(dn))
         return nullptr;
-    return tavik::detail::guard<tavik_cert_rdn *>(nullptr, [&]() -> tavik_cert_rdn * {
-        const auto at = static_cast<std::size_t>(index);
-        std::vector<const X509_NAME_ENTRY *> entries;
-        for (int i = dn->rdnStarts[at]; i < dn->rdnStarts[at + 1]; ++i)
-            entries.push_back(X509_NAME_get_entry(dn->name.get(), i));
-        return newRdnOf(entries);
-    });
+    const std::shared_ptr<const NAME_RDN> rdn(dn->rdns, sk_NAME_RDN_value(dn->rdns.get(), index));
+    return newObject<tavik_cert_rdn_st>(rdn);
 }
 
 void tavik_cert_rdn_free(tavik_cert_rdn *rdn)
@@ -286,16 +300,16 @@ void tavik_cert_rdn_free(tavik_cert_rdn *rdn)
 
 int tavik_cert_rdn_getitemcount(const tavik_cert_rdn *rdn)
 {
-    return rdn ? static_cast<int>(rdn->entries.size()) : -1;
+    return rdn ? sk_NAME_ATTR_num(rdn->attrs.get()) : -1;
 }
 
 tavik_cert_attrtypeandvalue *tavik_cert_rdn_getitem(const tavik_cert_rdn *rdn, int index)
 {
     if (!rdn || index < 0 || index >= tavik_cert_rdn_getitemcount(rdn))
         return nullptr;
-    NameEntryPtr copy(X509_NAME_ENTRY_dup(rdn->entries[static_cast<std::size_t>(index)].get()));
-    return copy ? tavik::detail::newObject<tavik_cert_attrtypeandvalue_st>(std::move(copy))
-                : nullptr;
+    const std::shared_ptr<const NAME_ATTR> attr(rdn->attrs,
+                                                sk_NAME_ATTR_value(rdn->attrs.get(), index));
+    return tavik::detail::newObject<tavik_cert_attrtypeandvalue_st>(attr);
 }
 
 void tavik_cert_attrtypeandvalue_free(tavik_cert_attrtypeandvalue *atv)
@@ -306,30 +320,19 @@ void tavik_cert_attrtypeandvalue_free(tavik_cert_attrtypeandvalue *atv)
 // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
 char *tavik_cert_attrtypeandvalue_gettype(const tavik_cert_attrtypeandvalue *atv)
 {
-    return atv ? tavik::detail::dottedOid(X509_NAME_ENTRY_get_object(atv->entry.get())) : nullptr;
+    return atv ? tavik::detail::dottedOid(atv->attr->type) : nullptr;
 }
 
 tavik_ustring *tavik_cert_attrtypeandvalue_getstring(const tavik_cert_attrtypeandvalue *atv)
 {
-    return atv ? tavik::detail::newUString(X509_NAME_ENTRY_get_data(atv->entry.get())) : nullptr;
+    return atv ? tavik::detail::newUString(tavik::detail::stringOf(atv->attr->value)) : nullptr;
 }
 
 tavik_data_blob *tavik_cert_attrtypeandvalue_getvalencode(const tavik_cert_attrtypeandvalue *atv)
 {
-    if (!atv)
-        return nullptr;
-    ASN1_STRING *value = X509_NAME_ENTRY_get_data(atv->entry.get());
-    if (!value)
-        return nullptr;
-    // OpenSSL keeps any value as a string of its tag (a SEQUENCE as its whole
-    // encoding); the two types that are not strings cannot come from a decode.
-    const int type = ASN1_STRING_type(value) & ~V_ASN1_NEG;
-    if (type == V_ASN1_BOOLEAN || type == V_ASN1_OBJECT)
-        return nullptr;
-    ASN1_TYPE any{};
-    any.type = type;
-    any.value.asn1_string = value;
-    return tavik::detail::encodeBlob(static_cast<const ASN1_TYPE *>(&any), i2d_ASN1_TYPE);
+    return atv ? tavik::detail::encodeBlob(static_cast<const ASN1_TYPE *>(atv->attr->value),
+                                           i2d_ASN1_TYPE)
+               : nullptr;
 }
 
 // ---- General names ----

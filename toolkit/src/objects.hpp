@@ -1,9 +1,10 @@
 // The toolkit's certificate-structure objects and the internal constructors
 // that one family uses to hand out objects of another. Never installed.
 //
-// Every object owns copies of what it shows (never pointers into a
-// certificate), counts as one live object while it exists, and is made and
-// released only through newObject/freeObject.
+// Every object either owns copies of what it shows or shares, through a
+// std::shared_ptr, the parsed structure it points into; it counts as one live
+// object while it exists, and is made and released only through
+// newObject/freeObject.
 #pragma once
 
 #include <openssl/asn1.h>
@@ -17,6 +18,7 @@
 #include <vector>
 
 #include "internal.hpp"
+#include "name_items.hpp"
 #include "values.hpp"
 
 namespace tavik::detail {
@@ -36,10 +38,25 @@ tavik_ustring *newUString(std::u32string text) noexcept;
 // type's character set are shown as UTF-8, else Latin-1; null for other
 // types, NUL, and malformed BMP or Universal content.
 tavik_ustring *newUString(const ASN1_STRING *string) noexcept;
+// The string inside an ANY; null for the types that hold none (BOOLEAN,
+// OBJECT IDENTIFIER, NULL).
+inline const ASN1_STRING *stringOf(const ASN1_TYPE *value) noexcept
+{
+    if (!value || value->type == V_ASN1_BOOLEAN || value->type == V_ASN1_OBJECT ||
+        value->type == V_ASN1_NULL)
+        return nullptr;
+    return value->value.asn1_string;
+}
 
 // ---- Names (names.cpp) ----
 
+// A name over a parsed one it shares.
+tavik_cert_dn *newDn(std::shared_ptr<const NAME_RDNS> rdns) noexcept;
+// A name over a copy of one OpenSSL decoded (a directory name).
 tavik_cert_dn *newDn(const X509_NAME *name) noexcept;
+// OpenSSL's form of a name, for its printer and comparisons; null when
+// OpenSSL refuses one of its values.
+NamePtr x509NameOf(const NAME_RDNS *rdns) noexcept;
 // One RDN: the entries of one SET (copied, in stored order).
 tavik_cert_rdn *newRdn(const STACK_OF(X509_NAME_ENTRY) * entries) noexcept;
 // inSubtree: the name is the base of a name-constraint subtree, where an IP

@@ -9,12 +9,14 @@
 #include <utility>
 #include <vector>
 
+#include "cert_data.hpp"
 #include "internal.hpp"
 #include "store.hpp"
 #include "values.hpp"
 
 namespace {
 
+using tavik::detail::CertData;
 using tavik::detail::X509Ptr;
 
 // Longer paths are treated as a loop through cross-certificates.
@@ -58,12 +60,13 @@ extern "C" {
 
 int TavikPKICertGetCertPath(TAVIK_CERT_st *cert, TAVIK_CERT_st ***path, int *count)
 {
-    if (!cert || !cert->x509 || !path || !count)
+    X509 *x509 = cert ? cert->data->x509() : nullptr;
+    if (!x509 || !path || !count)
         return TAVIK_ERR_ARGUMENT;
-    if (X509_up_ref(cert->x509) != 1)
+    if (X509_up_ref(x509) != 1)
         return TAVIK_ERR_MEMORY;
     std::vector<X509Ptr> chain; // the certificate first, the root last
-    chain.emplace_back(cert->x509);
+    chain.emplace_back(x509);
     while (X509_self_signed(chain.back().get(), 0) != 1) {
         if (chain.size() >= kMaxPathLength)
             return TAVIK_ERR_VERIFY;
@@ -80,7 +83,10 @@ int TavikPKICertGetCertPath(TAVIK_CERT_st *cert, TAVIK_CERT_st ***path, int *cou
     const int n = static_cast<int>(chain.size());
     for (int i = 0; i < n; ++i) {
         // Root first: the array runs opposite to the walk.
-        array[i] = tavik::detail::newCertHandle(chain[chain.size() - 1 - i].release());
+        X509 *x = chain[chain.size() - 1 - i].release();
+        array[i] =
+            tavik::detail::newCertHandle(tavik::detail::guard<std::shared_ptr<const CertData>>(
+                nullptr, [x] { return CertData::fromX509(x); }));
         if (!array[i]) {
             TavikPKICertFreeCertPath(array, n);
             return TAVIK_ERR_MEMORY;

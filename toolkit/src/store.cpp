@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "cert_data.hpp"
 #include "store.hpp"
 #include "tavik_ptr.hpp"
 
@@ -97,7 +98,7 @@ int addFile(std::vector<X509Ptr> Store::*list, const char *path)
     const tavik::CertPath owned(certs, count);
     int added = 0;
     for (int i = 0; i < owned.size(); ++i) {
-        if (owned[i] && addCert(list, owned[i]->x509) == 1)
+        if (owned[i] && addCert(list, owned[i]->data->x509()) == 1)
             ++added;
     }
     return added;
@@ -205,12 +206,12 @@ extern "C" {
 
 int TavikPKICertStoreAddTrusted(TAVIK_CERT_st *cert)
 {
-    return addCert(&Store::trusted, cert ? cert->x509 : nullptr);
+    return addCert(&Store::trusted, cert ? cert->data->x509() : nullptr);
 }
 
 int TavikPKICertStoreAddIntermediate(TAVIK_CERT_st *cert)
 {
-    return addCert(&Store::intermediates, cert ? cert->x509 : nullptr);
+    return addCert(&Store::intermediates, cert ? cert->data->x509() : nullptr);
 }
 
 int TavikPKICertStoreAddTrustedFile(const char *path)

@@ -12,6 +12,7 @@
 #include <optional>
 #include <vector>
 
+#include "cert_data.hpp"
 #include "internal.hpp"
 #include "store.hpp"
 
@@ -177,12 +178,12 @@ int verifyCallback(int ok, X509_STORE_CTX *ctx)
 
 int addRef(std::vector<X509Ptr> &list, TAVIK_CERT_st *cert)
 {
-    if (!cert || !cert->x509)
+    if (!cert || !cert->data->x509())
         return TAVIK_ERR_ARGUMENT;
-    if (X509_up_ref(cert->x509) != 1)
+    if (X509_up_ref(cert->data->x509()) != 1)
         return TAVIK_ERR_MEMORY;
-    list.emplace_back(cert->x509);
-    tavik::detail::ensureSm2Id(cert->x509);
+    list.emplace_back(cert->data->x509());
+    tavik::detail::ensureSm2Id(cert->data->x509());
     return 1;
 }
 
@@ -240,9 +241,9 @@ int TavikPKICertVerifySetOption(TAVIK_VERIFY_st *ctx, int option)
 
 int TavikPKICertVerify(TAVIK_VERIFY_st *ctx, TAVIK_CERT_st *cert, int *reason, int *depth)
 {
-    if (!ctx || !cert || !cert->x509)
+    if (!ctx || !cert || !cert->data->x509())
         return TAVIK_ERR_ARGUMENT;
-    tavik::detail::ensureSm2Id(cert->x509);
+    tavik::detail::ensureSm2Id(cert->data->x509());
 
     const X509StorePtr trusted(X509_STORE_new());
     const StoreCtxPtr storeCtx(X509_STORE_CTX_new());
@@ -257,7 +258,8 @@ int TavikPKICertVerify(TAVIK_VERIFY_st *ctx, TAVIK_CERT_st *cert, int *reason, i
         if (sk_X509_push(untrusted.get(), ca.get()) <= 0)
             return TAVIK_ERR_MEMORY;
     }
-    if (X509_STORE_CTX_init(storeCtx.get(), trusted.get(), cert->x509, untrusted.get()) != 1) {
+    if (X509_STORE_CTX_init(storeCtx.get(), trusted.get(), cert->data->x509(), untrusted.get()) !=
+        1) {
         ERR_clear_error();
         return TAVIK_ERR_MEMORY;
     }
