@@ -1,6 +1,8 @@
 // General names and the standard extension rows, against texts written from
 // the rules for the fixture certificates; key identifiers and serials are
-// openssl's readings of the same files.
+// OpenSSL's decodings of the same files.
+#include <openssl/x509v3.h>
+
 #include "model_support.hpp"
 
 namespace pkiui::test {
@@ -10,23 +12,22 @@ using Model = ShowCertDetailDlgModel;
 
 const std::string kNa = kUnavailable;
 
-// The last line of openssl's -ext or -serial output, as "A1 C0 ...".
-std::string spacedHex(const std::string &arguments)
+// A fixture's key identifier or serial as OpenSSL decodes it, as "A1 C0 ...".
+std::string spacedHex(const ASN1_STRING *s)
 {
-    const std::vector<std::string> lines = split(trim(openssl(arguments)), "\n");
-    const std::string last = lines.back();
-    const std::size_t equals = last.find('=');
-    return spaced(digitsOf(equals == std::string::npos ? last : last.substr(equals + 1)));
+    return s ? spaced(
+                   hex(ASN1_STRING_get0_data(s), static_cast<std::size_t>(ASN1_STRING_length(s))))
+             : "?";
 }
 
 std::string skidOf(const std::string &fixture)
 {
-    return spacedHex("x509 -noout -ext subjectKeyIdentifier -in " + fixturePath(fixture + ".pem"));
+    return spacedHex(X509_get0_subject_key_id(opensslCert(fixture).get()));
 }
 
 std::string serialOf(const std::string &fixture)
 {
-    return spacedHex("x509 -noout -serial -in " + fixturePath(fixture + ".pem"));
+    return spacedHex(X509_get0_serialNumber(opensslCert(fixture).get()));
 }
 
 // The names of ext-names' subjectAltName, every choice once.

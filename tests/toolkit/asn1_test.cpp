@@ -84,6 +84,8 @@ TEST(Asn1Decode, EveryTypeCodeAcceptsItsOwnDerAndRefusesTheRest)
         {U, "0C 05 C3 A9 E4 B8 AD", 7}, {U, "0C 04 F0 9F 98 80", 6},
         {U, "0C 02 C0 80", 0}, {U, "0C 03 ED A0 80", 0},              // overlong, surrogate
         {U, "0C 04 F4 90 80 80", 0}, {U, "0C 01 C3", 0}, {U, "0C 01 80", 0}, // > U+10FFFF, cut, lone
+        {U, "0C 03 E0 80 AF", 0}, {U, "0C 04 F0 8F BF BF", 0}, {U, "0C 05 F8 88 80 80 80", 0},
+        {U, "0C 02 C3 41", 0}, {U, "0C 04 F4 8F BF BF", 6},           // overlong 3 and 4, 5 bytes
         {P, "13 10 'Az 09()+,-./:=?' 27", 18}, {P, "13 01 '*'", 0}, {P, "13 01 '@'", 0},
         {A, "16 03 00 '@' 7F", 5}, {A, "16 01 80", 0},
         {V, "1A 02 20 7E", 4}, {V, "1A 01 1F", 0}, {V, "1A 01 7F", 0}, {V, "10 01 41", 0},

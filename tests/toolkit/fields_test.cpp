@@ -34,40 +34,10 @@ std::string oidOf(tavik_cert_algorithmid *owned)
     return textOf(tavik_cert_algorithmid_getoid(alg.get()));
 }
 
-TEST(AlgorithmId, OidsAndParametersOfSignatureAndKey)
+// The identifiers' OIDs and parameters are pinned by the detail model's
+// rows; the model shows a DSA key's Dss-Parms only as their DER and size.
+TEST(AlgorithmId, DssParametersMatchOpenssl)
 {
-    // NULL parameters for RSA, none for ECDSA, DSA and SM2 signatures, the
-    // curve for EC keys ("*": a SEQUENCE).
-    struct Row {
-        const char *cert, *signOid, *signParams, *keyOid, *keyParams;
-    };
-    const Row rows[] = {
-        {"rsa-leaf", "1.2.840.113549.1.1.11", "0500", "1.2.840.113549.1.1.1", "0500"},
-        {"sm2-self", "1.2.156.10197.1.501", "", "1.2.840.10045.2.1", "06082A811CCF5501822D"},
-        {"dsa-self", "2.16.840.1.101.3.4.3.2", "", "1.2.840.10040.4.1", "*"},
-        {"ecdsa-root", "1.2.840.10045.4.3.2", "", "1.2.840.10045.2.1", "06082A8648CE3D030107"},
-        {"ec-explicit", "1.2.840.113549.1.1.11", "0500", "1.2.840.10045.2.1", "*"},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.cert);
-        const CertPtr cert = loadCert(row.cert);
-        for (const bool key : {false, true}) {
-            const AlgPtr alg(key ? tavik_cert_getpubkeyalgorithm(cert.get())
-                                 : tavik_cert_getsignalgorithm(cert.get()));
-            EXPECT_EQ(textOf(tavik_cert_algorithmid_getoid(alg.get())),
-                      key ? row.keyOid : row.signOid);
-            const std::string params = key ? row.keyParams : row.signParams;
-            const std::string der = hex(tavik_cert_algorithmid_getparamsencode(alg.get()));
-            EXPECT_EQ(tavik_cert_algorithmid_hasparams(alg.get()), !params.empty());
-            EXPECT_EQ(tavik_cert_algorithmid_hasnullparam(alg.get()), params == "0500");
-            EXPECT_EQ(params == "*" ? der.substr(0, 2) : der, params == "*"    ? "30"
-                                                              : params.empty() ? "-"
-                                                                               : params);
-            // Only a DSA key's identifier has Dss-Parms.
-            EXPECT_EQ(DssParamsPtr(tavik_cert_algorithmid_getdssparams(alg.get())) != nullptr,
-                      key && std::string(row.cert) == "dsa-self");
-        }
-    }
     const CertPtr dsa = loadCert("dsa-self");
     const AlgPtr alg(tavik_cert_getpubkeyalgorithm(dsa.get()));
     const DssParamsPtr params(tavik_cert_algorithmid_getdssparams(alg.get()));
@@ -75,9 +45,8 @@ TEST(AlgorithmId, OidsAndParametersOfSignatureAndKey)
     EXPECT_EQ(hexOf(tavik_cert_dssparams_getp(params.get())), keyParam(reference, "p"));
     EXPECT_EQ(hexOf(tavik_cert_dssparams_getq(params.get())), keyParam(reference, "q"));
     EXPECT_EQ(hexOf(tavik_cert_dssparams_getg(params.get())), keyParam(reference, "g"));
-    EXPECT_EQ(
-        tavik_biginteger_getbitcount(BigIntPtr(tavik_cert_dssparams_getp(params.get())).get()),
-        2048);
+    const AlgPtr rsa(tavik_cert_getpubkeyalgorithm(loadCert("rsa-leaf").get()));
+    EXPECT_FALSE(DssParamsPtr(tavik_cert_algorithmid_getdssparams(rsa.get())));
 }
 
 // Some old certificates name one algorithm inside the signed body and

@@ -8,7 +8,6 @@
 #include <openssl/objects.h>
 #include <openssl/x509.h>
 
-#include <cctype>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -35,24 +34,6 @@ inline void opensslFree(void *p)
 }
 
 // ---- Text ----
-
-inline std::string trim(const std::string &s)
-{
-    const auto first = s.find_first_not_of(" \t\r\n");
-    const auto last = s.find_last_not_of(" \t\r\n");
-    return first == std::string::npos ? "" : s.substr(first, last - first + 1);
-}
-
-inline std::vector<std::string> split(const std::string &text, const std::string &separator)
-{
-    std::vector<std::string> parts;
-    std::size_t from = 0;
-    for (std::size_t at; (at = text.find(separator, from)) != std::string::npos;
-         from = at + separator.size())
-        parts.push_back(trim(text.substr(from, at - from)));
-    parts.push_back(trim(text.substr(from)));
-    return parts;
-}
 
 inline std::string hex(const unsigned char *data, std::size_t length)
 {
@@ -81,16 +62,6 @@ inline Bytes fromHex(const std::string &text)
     for (std::size_t i = 0; i + 1 < text.size(); i += 2)
         out.push_back(static_cast<unsigned char>(std::stoi(text.substr(i, 2), nullptr, 16)));
     return out;
-}
-
-// Upper-case hex digits of openssl's "04:c1:a8:\n    ad" text, whole bytes.
-inline std::string digitsOf(const std::string &text)
-{
-    std::string out;
-    for (const char c : text)
-        if (std::isxdigit(static_cast<unsigned char>(c)))
-            out += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return out.size() % 2 ? "0" + out : out;
 }
 
 // ---- Toolkit values, each taken over ----

@@ -1,4 +1,5 @@
-// Times, big integers, bit sets and hex text.
+// Times, big integers and bit sets; their hex text is pinned by the detail
+// model's rows.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -157,29 +158,6 @@ TEST(BitSet, BitZeroIsTheFirstBitAndPaddingIsNeverSet)
     EXPECT_EQ(tavik_bitset_new(bytes, 1, 8), nullptr);
     EXPECT_EQ(tavik_bitset_new(nullptr, 1, 0), nullptr);
     EXPECT_EQ(tavik_bitset_new(bytes, 0, 3), nullptr);
-}
-
-TEST(Hex, UpperCaseTwoDigitsAByteInBothModes)
-{
-    // Every digit in both halves of a byte.
-    const Bytes all{0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF,
-                    0x10, 0x32, 0x54, 0x76, 0x98, 0xBA, 0xDC, 0xFE};
-    const std::pair<Bytes, std::string> cases[] = {{{}, ""},
-                                                   {all, "0123456789ABCDEF1032547698BADCFE"}};
-    for (const int mode : {0, 1}) {
-        for (const auto &[bytes, hex] : cases) {
-            char *out = nullptr;
-            std::size_t length = 99;
-            ASSERT_EQ(tavik_hexencode(mode, bytes.data(), bytes.size(), &out, &length), 1);
-            const tavik::TextPtr owned(out);
-            EXPECT_EQ(std::string(out), hex) << "mode " << mode;
-            EXPECT_EQ(length, hex.size());
-        }
-    }
-    char *out = nullptr;
-    EXPECT_NE(tavik_hexencode(0, nullptr, 3, &out, nullptr), 1);
-    EXPECT_NE(tavik_hexencode(2, all.data(), 1, &out, nullptr), 1);
-    EXPECT_EQ(out, nullptr);
 }
 
 } // namespace
