@@ -14,7 +14,7 @@ packages=(build-essential cmake pkg-config git openssl libssl-dev libp11-kit-dev
           fonts-wqy-microhei)
 case $job in
 test) packages+=(libgtest-dev libbenchmark-dev softhsm2 xvfb xauth xdotool ca-certificates
-                 clang libclang-rt-14-dev clang-format) ;;
+                 clang libclang-rt-14-dev clang-format xclip) ;;
 demo) ;;
 *) echo "usage: $0 demo|test" >&2; exit 2 ;;
 esac

@@ -139,4 +139,19 @@ struct ScopedTimeZone {
     const std::string old;
 };
 
+// What the openssl command prints for the arguments (a shell command line),
+// the reference exported files and fingerprints are compared with.
+inline std::string openssl(const std::string &arguments)
+{
+    std::string out;
+    std::unique_ptr<FILE, tavik::Free<pclose>> pipe(popen(("openssl " + arguments).c_str(), "r"));
+    if (!pipe)
+        return out;
+    char buffer[4096];
+    std::size_t n = 0;
+    while ((n = std::fread(buffer, 1, sizeof buffer, pipe.get())) > 0)
+        out.append(buffer, n);
+    return out;
+}
+
 } // namespace pkiui::test

@@ -293,13 +293,14 @@ int TavikPKICertVerify(TAVIK_VERIFY_st *ctx, TAVIK_CERT_st *cert, int *reason, i
 
 int TavikPKICertCheckValidity(TAVIK_CERT_st *cert, int *reason)
 {
-    if (!cert || !cert->x509)
+    if (!cert)
         return TAVIK_ERR_ARGUMENT;
+    const X509_VAL &validity = *cert->data->tbs().validity;
     // Bounds count as inside, as for the in-validity attribute.
     const std::time_t now = tavik::detail::now();
     int err = X509_V_OK;
-    const int start = ASN1_TIME_cmp_time_t(X509_get0_notBefore(cert->x509), now);
-    const int end = ASN1_TIME_cmp_time_t(X509_get0_notAfter(cert->x509), now);
+    const int start = ASN1_TIME_cmp_time_t(validity.notBefore, now);
+    const int end = ASN1_TIME_cmp_time_t(validity.notAfter, now);
     if (start == -2)
         err = X509_V_ERR_ERROR_IN_CERT_NOT_BEFORE_FIELD;
     else if (end == -2)
