@@ -2,29 +2,15 @@
 
 #include <array>
 #include <cstdio>
+#include <optional>
 #include <string_view>
 
 #include "pkiui/cert_status.hpp"
+#include "pkiui/select_model.hpp"
 #include "tables.hpp"
 
 namespace pkiui {
 namespace {
-
-// Key-usage bits: encipherment ones and signing ones.
-constexpr int64_t kEncipherBits = 0x19c;
-constexpr int64_t kSignBits = 0x63;
-
-// The usage word of a key-usage mask, the first matching rule winning.
-std::string_view usageWord(int64_t mask)
-{
-    if ((mask & kEncipherBits) && (mask & kSignBits))
-        return "签名加密";
-    if ((mask & kSignBits) && !(mask & ~kSignBits))
-        return "签名";
-    if (!(mask & kEncipherBits) || (mask & ~kEncipherBits))
-        return "未知";
-    return "加密";
-}
 
 struct AlgorithmName {
     int64_t algorithm;
@@ -119,13 +105,13 @@ std::string ShowCertRoutineDlgModel::FormatTime(const tavik_time *time)
 void ShowCertRoutineDlgModel::getCertType()
 {
     TAVIK_CERT_st *cert = m_pCert.get();
-    // "CA" is chosen first and always replaced by the usage word.
-    std::string_view usage = isCACert() ? "CA" : "";
+    // The usage word, the chooser's column text; a "CA" chosen before it would
+    // always be replaced, so it is not chosen.
     int64_t mask = 0;
-    usage = TavikPKICertGetCertIntegerAttribute(cert, TAVIK_ATTR_KEY_USAGE, &mask) == 1
-                ? usageWord(mask)
-                : "未知";
-    std::string label(usage);
+    std::string label =
+        usageText(TavikPKICertGetCertIntegerAttribute(cert, TAVIK_ATTR_KEY_USAGE, &mask) == 1
+                      ? std::optional<int64_t>(mask)
+                      : std::nullopt);
     m_certType = label;
 
     int64_t algorithm = 0;
