@@ -1,6 +1,7 @@
 #include "pkiui/path_model.hpp"
 
 #include "pkiui/cert_status.hpp"
+#include "cert_attributes.hpp"
 
 namespace pkiui {
 
@@ -116,11 +117,7 @@ int32_t ShowCertPathDlgModel::verifyCert(TAVIK_CERT_st * /*cert*/) const
 std::optional<std::string> ShowCertPathDlgModel::GetCertStringAttribute(TAVIK_CERT_st *cert,
                                                                         int att)
 {
-    char *raw = nullptr;
-    if (TavikPKICertGetCertStringAttribute(cert, att, &raw) != 1)
-        return std::nullopt;
-    const tavik::TextPtr text(raw);
-    return std::string(text ? text.get() : "");
+    return stringAttribute(cert, att);
 }
 
 std::string ShowCertPathDlgModel::cellText(int row) const

@@ -7,6 +7,7 @@
 
 #include "pkiui/cert_status.hpp"
 #include "pkiui/select_model.hpp"
+#include "cert_attributes.hpp"
 #include "tables.hpp"
 
 namespace pkiui {
@@ -37,11 +38,8 @@ const AlgorithmName *findAlgorithm(int64_t algorithm)
 // A text attribute into label; the label keeps its value when it cannot be read.
 void readText(TAVIK_CERT_st *cert, int code, std::string &label)
 {
-    char *raw = nullptr;
-    if (TavikPKICertGetCertStringAttribute(cert, code, &raw) != 1)
-        return;
-    const tavik::TextPtr text(raw);
-    label = text ? text.get() : "";
+    if (auto text = stringAttribute(cert, code))
+        label = std::move(*text);
 }
 
 std::string date(const tavik_time *time, const char *format)
@@ -107,11 +105,7 @@ void ShowCertRoutineDlgModel::getCertType()
     TAVIK_CERT_st *cert = m_pCert.get();
     // The usage word, the chooser's column text; a "CA" chosen before it would
     // always be replaced, so it is not chosen.
-    int64_t mask = 0;
-    std::string label =
-        usageText(TavikPKICertGetCertIntegerAttribute(cert, TAVIK_ATTR_KEY_USAGE, &mask) == 1
-                      ? std::optional<int64_t>(mask)
-                      : std::nullopt);
+    std::string label = usageText(integerAttribute(cert, TAVIK_ATTR_KEY_USAGE));
     m_certType = label;
 
     int64_t algorithm = 0;

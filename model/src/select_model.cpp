@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 
+#include "cert_attributes.hpp"
 #include "tables.hpp"
 
 namespace pkiui {
@@ -10,23 +11,6 @@ namespace pkiui {
 namespace {
 
 using Text = std::optional<std::string>;
-
-Text stringAttribute(TAVIK_CERT_st *cert, int code)
-{
-    char *raw = nullptr;
-    if (TavikPKICertGetCertStringAttribute(cert, code, &raw) != 1)
-        return std::nullopt;
-    const tavik::TextPtr owned(raw);
-    return raw ? Text(raw) : Text(std::string());
-}
-
-std::optional<std::int64_t> integerAttribute(TAVIK_CERT_st *cert, int code)
-{
-    std::int64_t value = 0;
-    if (TavikPKICertGetCertIntegerAttribute(cert, code, &value) != 1)
-        return std::nullopt;
-    return value;
-}
 
 constexpr std::string_view kUnknown = "未知";
 

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "pkiui/routine_model.hpp"
+#include "cert_attributes.hpp"
 #include "tables.hpp"
 #include "tavik_ptr.hpp"
 
@@ -58,11 +59,7 @@ std::string dateOf(tavik_time *time)
 
 std::string nameOf(TAVIK_CERT_st *cert, int attribute)
 {
-    char *raw = nullptr;
-    if (TavikPKICertGetCertStringAttribute(cert, attribute, &raw) != 1)
-        return "?";
-    const tavik::TextPtr text(raw);
-    return text ? text.get() : "";
+    return stringAttribute(cert, attribute).value_or("?");
 }
 
 std::string detailOf(Detail detail, TAVIK_CERT_st *cert)
