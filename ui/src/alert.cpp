@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "dialog_window.hpp"
 #include "test_seams.hpp"
 
 namespace pkiui {
@@ -32,9 +33,7 @@ void showAlert(QWidget *owner, const QString &text)
     QMessageBox *box = makeAlert(owner, text);
     if (owner) {
         box->setAttribute(Qt::WA_DeleteOnClose);
-        box->setWindowModality(owner->window()->windowModality() == Qt::ApplicationModal
-                                   ? Qt::ApplicationModal
-                                   : Qt::WindowModal);
+        box->setWindowModality(modalityOver(owner));
         // Keyboard users answer it at once, and are back in owner after.
         QObject::connect(box, &QMessageBox::finished, owner, [owner] { owner->activateWindow(); });
         box->show(); // open() would make it window-modal whatever was asked

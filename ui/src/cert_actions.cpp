@@ -264,8 +264,7 @@ void openFingerprintCheck(QWidget *parent, TAVIK_CERT_st *cert)
     auto *dialog = new FingerprintDlg(cert, parent);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     // As modal as the viewer under it, like an alert.
-    const bool overBlocking = parent && parent->window()->windowModality() == Qt::ApplicationModal;
-    dialog->setWindowModality(overBlocking ? Qt::ApplicationModal : Qt::WindowModal);
+    dialog->setWindowModality(modalityOver(parent));
     dialog->show();
     dialog->activateWindow();
 }

@@ -114,6 +114,12 @@ void runDialog(DialogWindow &window, DialogView &view)
     QObject::disconnect(connection);
 }
 
+Qt::WindowModality modalityOver(const QWidget *owner)
+{
+    return owner && owner->window()->windowModality() == Qt::ApplicationModal ? Qt::ApplicationModal
+                                                                              : Qt::WindowModal;
+}
+
 QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name)
 {
     auto *button = new QPushButton(text, parent);

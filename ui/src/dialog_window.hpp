@@ -72,6 +72,10 @@ class DialogWindow final : public QWidget {
 // loops.
 void runDialog(DialogWindow &window, DialogView &view);
 
+// The modality of a box over owner: application-modal over a blocking dialog,
+// whose loop must not be re-entered, else modal to owner's window only.
+Qt::WindowModality modalityOver(const QWidget *owner);
+
 // A dialog button. A click leaves the keyboard focus where it was (in the
 // password field, say); Tab still reaches it.
 QPushButton *makeButton(QWidget *parent, const QString &text, const QString &name);
