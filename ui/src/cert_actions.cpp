@@ -59,7 +59,8 @@ QByteArray pemOf(const std::string &der)
 QString suggestedPath(TAVIK_CERT_st *cert, const char *suffix)
 {
     QString name = QString::fromStdString(
-        ShowCertPathDlgModel::GetCertStringAttribute(cert, 16).value_or("certificate"));
+        ShowCertPathDlgModel::GetCertStringAttribute(cert, TAVIK_ATTR_SUBJECT_CN)
+            .value_or("certificate"));
     name.replace(QLatin1Char('/'), QLatin1Char('_'));
     return QDir::home().filePath(name + QLatin1Char('.') + QLatin1String(suffix));
 }
