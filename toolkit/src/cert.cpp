@@ -24,59 +24,53 @@
 
 namespace tavik::detail {
 
-ASN1_SEQUENCE(NAME_ATTR) =
-    {
-        ASN1_SIMPLE(NAME_ATTR, type, ASN1_OBJECT),
-        ASN1_SIMPLE(NAME_ATTR, value, ASN1_ANY),
-} ASN1_SEQUENCE_END(NAME_ATTR)
+namespace {
 
-        ASN1_ITEM_TEMPLATE(NAME_RDN) = ASN1_EX_TEMPLATE_TYPE(
-            ASN1_TFLG_SET_OF, 0, RelativeDistinguishedName,
-            NAME_ATTR) ASN1_ITEM_TEMPLATE_END(NAME_RDN)
-
-            ASN1_ITEM_TEMPLATE(NAME_RDNS) = ASN1_EX_TEMPLATE_TYPE(
-                ASN1_TFLG_SEQUENCE_OF, 0, Name, NAME_RDN) ASN1_ITEM_TEMPLATE_END(NAME_RDNS)
-
-                ASN1_SEQUENCE(CERT_SPKI) =
-                    {
-                        ASN1_SIMPLE(CERT_SPKI, algorithm, X509_ALGOR),
-                        ASN1_SIMPLE(CERT_SPKI, key, ASN1_BIT_STRING),
-} ASN1_SEQUENCE_END(CERT_SPKI)
-
-                        ASN1_SEQUENCE(CERT_TBS) =
-                            {
-                                ASN1_EXP_OPT(CERT_TBS, version, ASN1_INTEGER, 0),
-                                ASN1_SIMPLE(CERT_TBS, serial, ASN1_INTEGER),
-                                ASN1_SIMPLE(CERT_TBS, signature, X509_ALGOR),
-                                ASN1_SIMPLE(CERT_TBS, issuer, NAME_RDNS),
-                                ASN1_SIMPLE(CERT_TBS, validity, X509_VAL),
-                                ASN1_SIMPLE(CERT_TBS, subject, NAME_RDNS),
-                                ASN1_SIMPLE(CERT_TBS, spki, CERT_SPKI),
-                                ASN1_IMP_OPT(CERT_TBS, issuerUid, ASN1_BIT_STRING, 1),
-                                ASN1_IMP_OPT(CERT_TBS, subjectUid, ASN1_BIT_STRING, 2),
-                                ASN1_EXP_SEQUENCE_OF_OPT(CERT_TBS, extensions, X509_EXTENSION, 3),
-} ASN1_SEQUENCE_END(CERT_TBS)
-
-                                ASN1_SEQUENCE(CERT_FIELDS) =
-                                    {
-                                        ASN1_SIMPLE(CERT_FIELDS, tbs, CERT_TBS),
-                                        ASN1_SIMPLE(CERT_FIELDS, signatureAlgorithm, X509_ALGOR),
-                                        ASN1_SIMPLE(CERT_FIELDS, signature, ASN1_BIT_STRING),
-} ASN1_SEQUENCE_END(CERT_FIELDS)
-
-                                        namespace
+CertFieldsPtr readFields(const unsigned char **in, const unsigned char *end)
 {
-
-    CertFieldsPtr readFields(const unsigned char **in, const unsigned char *end)
-    {
-        const auto remaining = end - *in;
-        if (remaining <= 0 || remaining > LONG_MAX)
-            return nullptr;
-        return CertFieldsPtr(reinterpret_cast<CERT_FIELDS *>(
-            ASN1_item_d2i(nullptr, in, static_cast<long>(remaining), CERT_FIELDS_it())));
-    }
+    const auto remaining = end - *in;
+    if (remaining <= 0 || remaining > LONG_MAX)
+        return nullptr;
+    return CertFieldsPtr(reinterpret_cast<CERT_FIELDS *>(
+        ASN1_item_d2i(nullptr, in, static_cast<long>(remaining), CERT_FIELDS_it())));
+}
 
 } // namespace
+
+ASN1_SEQUENCE(NAME_ATTR) = {
+    ASN1_SIMPLE(NAME_ATTR, type, ASN1_OBJECT),
+    ASN1_SIMPLE(NAME_ATTR, value, ASN1_ANY),
+} ASN1_SEQUENCE_END(NAME_ATTR)
+
+ASN1_ITEM_TEMPLATE(NAME_RDN) = ASN1_EX_TEMPLATE_TYPE(ASN1_TFLG_SET_OF, 0, RelativeDistinguishedName,
+                                                     NAME_ATTR) ASN1_ITEM_TEMPLATE_END(NAME_RDN)
+
+ASN1_ITEM_TEMPLATE(NAME_RDNS) = ASN1_EX_TEMPLATE_TYPE(ASN1_TFLG_SEQUENCE_OF, 0, Name, NAME_RDN)
+    ASN1_ITEM_TEMPLATE_END(NAME_RDNS)
+
+ASN1_SEQUENCE(CERT_SPKI) = {
+    ASN1_SIMPLE(CERT_SPKI, algorithm, X509_ALGOR),
+    ASN1_SIMPLE(CERT_SPKI, key, ASN1_BIT_STRING),
+} ASN1_SEQUENCE_END(CERT_SPKI)
+
+ASN1_SEQUENCE(CERT_TBS) = {
+    ASN1_EXP_OPT(CERT_TBS, version, ASN1_INTEGER, 0),
+    ASN1_SIMPLE(CERT_TBS, serial, ASN1_INTEGER),
+    ASN1_SIMPLE(CERT_TBS, signature, X509_ALGOR),
+    ASN1_SIMPLE(CERT_TBS, issuer, NAME_RDNS),
+    ASN1_SIMPLE(CERT_TBS, validity, X509_VAL),
+    ASN1_SIMPLE(CERT_TBS, subject, NAME_RDNS),
+    ASN1_SIMPLE(CERT_TBS, spki, CERT_SPKI),
+    ASN1_IMP_OPT(CERT_TBS, issuerUid, ASN1_BIT_STRING, 1),
+    ASN1_IMP_OPT(CERT_TBS, subjectUid, ASN1_BIT_STRING, 2),
+    ASN1_EXP_SEQUENCE_OF_OPT(CERT_TBS, extensions, X509_EXTENSION, 3),
+} ASN1_SEQUENCE_END(CERT_TBS)
+
+ASN1_SEQUENCE(CERT_FIELDS) = {
+    ASN1_SIMPLE(CERT_FIELDS, tbs, CERT_TBS),
+    ASN1_SIMPLE(CERT_FIELDS, signatureAlgorithm, X509_ALGOR),
+    ASN1_SIMPLE(CERT_FIELDS, signature, ASN1_BIT_STRING),
+} ASN1_SEQUENCE_END(CERT_FIELDS)
 
 // Only the fields are read here: OpenSSL's d2i_X509 would also decode the
 // public key through its provider decoders, which is most of its cost and

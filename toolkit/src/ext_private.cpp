@@ -40,25 +40,24 @@ struct ID_ITEM {
     ASN1_INTEGER *encoding;
     ASN1_OCTET_STRING *value;
 };
-ASN1_SEQUENCE(ID_ITEM) =
-    {
-        ASN1_SIMPLE(ID_ITEM, type, ASN1_INTEGER),
-        ASN1_SIMPLE(ID_ITEM, encoding, ASN1_INTEGER),
-        ASN1_SIMPLE(ID_ITEM, value, ASN1_OCTET_STRING),
+ASN1_SEQUENCE(ID_ITEM) = {
+    ASN1_SIMPLE(ID_ITEM, type, ASN1_INTEGER),
+    ASN1_SIMPLE(ID_ITEM, encoding, ASN1_INTEGER),
+    ASN1_SIMPLE(ID_ITEM, value, ASN1_OCTET_STRING),
 } ASN1_SEQUENCE_END(ID_ITEM)
 
-        DEFINE_STACK_OF(ID_ITEM) using ID_ITEMS = STACK_OF(ID_ITEM);
+DEFINE_STACK_OF(ID_ITEM) using ID_ITEMS = STACK_OF(ID_ITEM);
 ASN1_ITEM_TEMPLATE(ID_ITEMS) = ASN1_EX_TEMPLATE_TYPE(ASN1_TFLG_SEQUENCE_OF, 0, IdentificationItems,
                                                      ID_ITEM) ASN1_ITEM_TEMPLATE_END(ID_ITEMS)
 
-    //   DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }
-    // is OpenSSL's X509_SIG.
-    using DIGEST_INFOS = STACK_OF(X509_SIG);
+//   DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }
+// is OpenSSL's X509_SIG.
+using DIGEST_INFOS = STACK_OF(X509_SIG);
 ASN1_ITEM_TEMPLATE(DIGEST_INFOS) = ASN1_EX_TEMPLATE_TYPE(ASN1_TFLG_SEQUENCE_OF, 0, DigestInfos,
                                                          X509_SIG)
     ASN1_ITEM_TEMPLATE_END(DIGEST_INFOS)
 
-        std::vector<unsigned char> bytesOf(const ASN1_STRING *string)
+std::vector<unsigned char> bytesOf(const ASN1_STRING *string)
 {
     const unsigned char *data = ASN1_STRING_get0_data(string);
     return std::vector<unsigned char>(data, data + ASN1_STRING_length(string));

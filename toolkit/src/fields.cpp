@@ -65,14 +65,13 @@ struct DSS_PARMS {
     ASN1_INTEGER *q;
     ASN1_INTEGER *g;
 };
-ASN1_SEQUENCE(DSS_PARMS) =
-    {
-        ASN1_SIMPLE(DSS_PARMS, p, ASN1_INTEGER),
-        ASN1_SIMPLE(DSS_PARMS, q, ASN1_INTEGER),
-        ASN1_SIMPLE(DSS_PARMS, g, ASN1_INTEGER),
+ASN1_SEQUENCE(DSS_PARMS) = {
+    ASN1_SIMPLE(DSS_PARMS, p, ASN1_INTEGER),
+    ASN1_SIMPLE(DSS_PARMS, q, ASN1_INTEGER),
+    ASN1_SIMPLE(DSS_PARMS, g, ASN1_INTEGER),
 } ASN1_SEQUENCE_END(DSS_PARMS)
 
-        using EcdsaSigPtr = OsslPtr<ECDSA_SIG, ECDSA_SIG_free>;
+using EcdsaSigPtr = OsslPtr<ECDSA_SIG, ECDSA_SIG_free>;
 
 // An implementation fetched once: EVP_md5() and the like make EVP_Digest
 // look their implementation up again on every call, which costs more than
