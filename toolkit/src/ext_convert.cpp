@@ -14,29 +14,30 @@
 using tavik::detail::decodeWhole;
 using tavik::detail::dottedOid;
 using tavik::detail::freeObject;
-using tavik::detail::ItemPtr;
 using tavik::detail::listCount;
 using tavik::detail::listItem;
 using tavik::detail::newObject;
+using tavik::detail::partOf;
+using tavik::detail::Shared;
 using tavik::detail::wrap;
 
 struct tavik_cert_basicconstraints_st {
-    ItemPtr<BASIC_CONSTRAINTS, BASIC_CONSTRAINTS_it> value;
+    Shared<BASIC_CONSTRAINTS> value;
 };
 struct tavik_cert_extkeyusage_st {
-    ItemPtr<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_it> value;
+    Shared<EXTENDED_KEY_USAGE> value;
 };
 struct tavik_cert_policymaps_st {
-    ItemPtr<POLICY_MAPPINGS, POLICY_MAPPINGS_it> value;
+    Shared<POLICY_MAPPINGS> value;
 };
 struct tavik_cert_policymap_st {
-    ItemPtr<POLICY_MAPPING, POLICY_MAPPING_it> value;
+    Shared<POLICY_MAPPING> value;
 };
 struct tavik_cert_policyconstraints_st {
-    ItemPtr<POLICY_CONSTRAINTS, POLICY_CONSTRAINTS_it> value;
+    Shared<POLICY_CONSTRAINTS> value;
 };
 struct tavik_cert_privkeyusageperiod_st {
-    ItemPtr<PKEY_USAGE_PERIOD, PKEY_USAGE_PERIOD_it> value;
+    Shared<PKEY_USAGE_PERIOD> value;
 };
 
 extern "C" {
@@ -114,7 +115,7 @@ int tavik_cert_policymaps_getitemcount(const tavik_cert_policymaps *maps)
 
 tavik_cert_policymap *tavik_cert_policymaps_getitem(const tavik_cert_policymaps *maps, int index)
 {
-    return listItem<tavik_cert_policymap, POLICY_MAPPING, POLICY_MAPPING_it>(maps, index);
+    return listItem<tavik_cert_policymap, POLICY_MAPPING>(maps, index);
 }
 
 void tavik_cert_policymap_free(tavik_cert_policymap *map)

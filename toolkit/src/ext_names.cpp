@@ -10,49 +10,52 @@
 
 using tavik::detail::decodeWhole;
 using tavik::detail::dottedOid;
-using tavik::detail::dupItem;
 using tavik::detail::freeObject;
-using tavik::detail::ItemPtr;
 using tavik::detail::listCount;
 using tavik::detail::listItem;
 using tavik::detail::newObject;
+using tavik::detail::partOf;
+using tavik::detail::Shared;
 using tavik::detail::wrap;
 
 struct tavik_cert_akid_st {
-    ItemPtr<AUTHORITY_KEYID, AUTHORITY_KEYID_it> value;
+    Shared<AUTHORITY_KEYID> value;
 };
 struct tavik_cert_nameconstraints_st {
-    ItemPtr<NAME_CONSTRAINTS, NAME_CONSTRAINTS_it> value;
+    Shared<NAME_CONSTRAINTS> value;
 };
 struct tavik_cert_crldps_st {
-    ItemPtr<CRL_DIST_POINTS, CRL_DIST_POINTS_it> value;
+    Shared<CRL_DIST_POINTS> value;
 };
 struct tavik_cert_distpoint_st {
-    ItemPtr<DIST_POINT, DIST_POINT_it> value;
+    Shared<DIST_POINT> value;
 };
 struct tavik_cert_dpname_st {
-    ItemPtr<DIST_POINT_NAME, DIST_POINT_NAME_it> value;
+    Shared<DIST_POINT_NAME> value;
 };
 struct tavik_cert_idp_st {
-    ItemPtr<ISSUING_DIST_POINT, ISSUING_DIST_POINT_it> value;
+    Shared<ISSUING_DIST_POINT> value;
 };
 struct tavik_cert_accessdescs_st {
-    ItemPtr<AUTHORITY_INFO_ACCESS, AUTHORITY_INFO_ACCESS_it> value;
+    Shared<AUTHORITY_INFO_ACCESS> value;
 };
 struct tavik_cert_accessdesc_st {
-    ItemPtr<ACCESS_DESCRIPTION, ACCESS_DESCRIPTION_it> value;
+    Shared<ACCESS_DESCRIPTION> value;
 };
 
 namespace {
 
-tavik_cert_generalnames *namesOrNull(const GENERAL_NAMES *names) noexcept
+template <class Whole>
+tavik_cert_generalnames *namesOrNull(const Shared<Whole> &whole,
+                                     const GENERAL_NAMES *names) noexcept
 {
-    return names ? tavik::detail::newGeneralNames(names) : nullptr;
+    return tavik::detail::newGeneralNames(partOf(whole, names));
 }
 
-tavik_cert_dpname *newDpName(const DIST_POINT_NAME *name) noexcept
+template <class Whole>
+tavik_cert_dpname *newDpName(const Shared<Whole> &whole, const DIST_POINT_NAME *name) noexcept
 {
-    return wrap<tavik_cert_dpname>(dupItem<DIST_POINT_NAME, DIST_POINT_NAME_it>(name));
+    return wrap<tavik_cert_dpname>(partOf(whole, name));
 }
 
 } // namespace
@@ -84,7 +87,7 @@ tavik_data_blob *tavik_cert_akid_getkeyid(const tavik_cert_akid *akid)
 
 tavik_cert_generalnames *tavik_cert_akid_getissuerissuername(const tavik_cert_akid *akid)
 {
-    return akid ? namesOrNull(akid->value->issuer) : nullptr;
+    return akid ? namesOrNull(akid->value, akid->value->issuer) : nullptr;
 }
 
 tavik_biginteger *tavik_cert_akid_getissuercertsn(const tavik_cert_akid *akid)
@@ -110,7 +113,7 @@ tavik_cert_nameconstraints_getpremit(const tavik_cert_nameconstraints *nc)
 {
     if (!nc || !nc->value->permittedSubtrees)
         return nullptr;
-    return tavik::detail::newGeneralSubtrees(nc->value->permittedSubtrees);
+    return tavik::detail::newGeneralSubtrees(partOf(nc->value, nc->value->permittedSubtrees));
 }
 
 tavik_cert_generalsubtrees *
@@ -118,15 +121,14 @@ tavik_cert_nameconstraints_getexclude(const tavik_cert_nameconstraints *nc)
 {
     if (!nc || !nc->value->excludedSubtrees)
         return nullptr;
-    return tavik::detail::newGeneralSubtrees(nc->value->excludedSubtrees);
+    return tavik::detail::newGeneralSubtrees(partOf(nc->value, nc->value->excludedSubtrees));
 }
 
 // SubjectAltName, IssuerAltName, CertificateIssuer ::= GeneralNames
 // GeneralNames ::= SEQUENCE SIZE (1..MAX) OF GeneralName
 tavik_cert_generalnames *tavik_cert_ext_togeneralnames(const tavik_cert_ext *ext)
 {
-    const auto names = decodeWhole<GENERAL_NAMES, GENERAL_NAMES_it>(ext);
-    return names ? tavik::detail::newGeneralNames(names.get()) : nullptr;
+    return tavik::detail::newGeneralNames(decodeWhole<GENERAL_NAMES, GENERAL_NAMES_it>(ext));
 }
 
 // CRLDistributionPoints, FreshestCRL ::= SEQUENCE SIZE (1..MAX) OF DistributionPoint
@@ -149,7 +151,7 @@ int tavik_cert_crldps_getitemcount(const tavik_cert_crldps *dps)
 //     reasons [1] ReasonFlags OPTIONAL, cRLIssuer [2] GeneralNames OPTIONAL }
 tavik_cert_distpoint *tavik_cert_crldps_getitem(const tavik_cert_crldps *dps, int index)
 {
-    return listItem<tavik_cert_distpoint, DIST_POINT, DIST_POINT_it>(dps, index);
+    return listItem<tavik_cert_distpoint, DIST_POINT>(dps, index);
 }
 
 void tavik_cert_distpoint_free(tavik_cert_distpoint *dp)
@@ -159,7 +161,7 @@ void tavik_cert_distpoint_free(tavik_cert_distpoint *dp)
 
 tavik_cert_dpname *tavik_cert_distpoint_getdpname(const tavik_cert_distpoint *dp)
 {
-    return dp ? newDpName(dp->value->distpoint) : nullptr;
+    return dp ? newDpName(dp->value, dp->value->distpoint) : nullptr;
 }
 
 tavik_bitset *tavik_cert_distpoint_getreasons(const tavik_cert_distpoint *dp)
@@ -169,7 +171,7 @@ tavik_bitset *tavik_cert_distpoint_getreasons(const tavik_cert_distpoint *dp)
 
 tavik_cert_generalnames *tavik_cert_distpoint_getcrlissuer(const tavik_cert_distpoint *dp)
 {
-    return dp ? namesOrNull(dp->value->CRLissuer) : nullptr;
+    return dp ? namesOrNull(dp->value, dp->value->CRLissuer) : nullptr;
 }
 
 // DistributionPointName ::= CHOICE { fullName [0] GeneralNames,
@@ -191,7 +193,7 @@ tavik_cert_generalnames *tavik_cert_dpname_getfullname(const tavik_cert_dpname *
 {
     if (tavik_cert_dpname_gettype(name) != TAVIK_DPNAME_FULLNAME)
         return nullptr;
-    return namesOrNull(name->value->name.fullname);
+    return namesOrNull(name->value, name->value->name.fullname);
 }
 
 tavik_cert_rdn *tavik_cert_dpname_getrelname(const tavik_cert_dpname *name)
@@ -220,7 +222,7 @@ void tavik_cert_idp_free(tavik_cert_idp *idp)
 
 tavik_cert_dpname *tavik_cert_idp_getdpname(const tavik_cert_idp *idp)
 {
-    return idp ? newDpName(idp->value->distpoint) : nullptr;
+    return idp ? newDpName(idp->value, idp->value->distpoint) : nullptr;
 }
 
 // A decoded TRUE keeps its content octet (FF), not 1.
@@ -272,7 +274,7 @@ int tavik_cert_accessdescs_getitemcount(const tavik_cert_accessdescs *descs)
 tavik_cert_accessdesc *tavik_cert_accessdescs_getitem(const tavik_cert_accessdescs *descs,
                                                       int index)
 {
-    return listItem<tavik_cert_accessdesc, ACCESS_DESCRIPTION, ACCESS_DESCRIPTION_it>(descs, index);
+    return listItem<tavik_cert_accessdesc, ACCESS_DESCRIPTION>(descs, index);
 }
 
 void tavik_cert_accessdesc_free(tavik_cert_accessdesc *desc)
@@ -289,7 +291,7 @@ tavik_cert_generalname *tavik_cert_accessdesc_getlocation(const tavik_cert_acces
 {
     if (!desc || !desc->value->location)
         return nullptr;
-    return tavik::detail::newGeneralName(desc->value->location);
+    return tavik::detail::newGeneralName(partOf(desc->value, desc->value->location));
 }
 
 // Netscape URLs and comment ::= IA5String

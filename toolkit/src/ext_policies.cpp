@@ -10,25 +10,25 @@
 
 using tavik::detail::decodeWhole;
 using tavik::detail::dottedOid;
-using tavik::detail::dupItem;
 using tavik::detail::freeObject;
-using tavik::detail::ItemPtr;
 using tavik::detail::listCount;
 using tavik::detail::listItem;
 using tavik::detail::newObject;
+using tavik::detail::partOf;
+using tavik::detail::Shared;
 using tavik::detail::wrap;
 
 struct tavik_cert_certpolicies_st {
-    ItemPtr<CERTIFICATEPOLICIES, CERTIFICATEPOLICIES_it> value;
+    Shared<CERTIFICATEPOLICIES> value;
 };
 struct tavik_cert_policyinfo_st {
-    ItemPtr<POLICYINFO, POLICYINFO_it> value;
+    Shared<POLICYINFO> value;
 };
 struct tavik_cert_polqualifierinfo_st {
-    ItemPtr<POLICYQUALINFO, POLICYQUALINFO_it> value;
+    Shared<POLICYQUALINFO> value;
 };
 struct tavik_cert_usernotice_st {
-    ItemPtr<USERNOTICE, USERNOTICE_it> value;
+    Shared<USERNOTICE> value;
 };
 
 namespace {
@@ -72,7 +72,7 @@ int tavik_cert_certpolicies_getitemcount(const tavik_cert_certpolicies *policies
 tavik_cert_policyinfo *tavik_cert_certpolicies_getitem(const tavik_cert_certpolicies *policies,
                                                        int index)
 {
-    return listItem<tavik_cert_policyinfo, POLICYINFO, POLICYINFO_it>(policies, index);
+    return listItem<tavik_cert_policyinfo, POLICYINFO>(policies, index);
 }
 
 void tavik_cert_policyinfo_free(tavik_cert_policyinfo *info)
@@ -105,8 +105,8 @@ tavik_cert_polqualifierinfo *tavik_cert_policyinfo_getqualifier(const tavik_cert
 {
     if (!info)
         return nullptr;
-    return wrap<tavik_cert_polqualifierinfo>(dupItem<POLICYQUALINFO, POLICYQUALINFO_it>(
-        sk_POLICYQUALINFO_value(info->value->qualifiers, index)));
+    return wrap<tavik_cert_polqualifierinfo>(
+        partOf(info->value, sk_POLICYQUALINFO_value(info->value->qualifiers, index)));
 }
 
 void tavik_cert_polqualifierinfo_free(tavik_cert_polqualifierinfo *qualifier)
@@ -134,8 +134,7 @@ tavik_cert_polqualifierinfo_getusernotice(const tavik_cert_polqualifierinfo *qua
 {
     if (qualifierNid(qualifier) != NID_id_qt_unotice)
         return nullptr;
-    return wrap<tavik_cert_usernotice>(
-        dupItem<USERNOTICE, USERNOTICE_it>(qualifier->value->d.usernotice));
+    return wrap<tavik_cert_usernotice>(partOf(qualifier->value, qualifier->value->d.usernotice));
 }
 
 tavik_data_blob *

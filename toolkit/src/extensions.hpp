@@ -75,14 +75,6 @@ inline OsslPtr<BIGNUM, BN_free> magnitudeOf(const ASN1_INTEGER *value) noexcept
     return OsslPtr<BIGNUM, BN_free>(ASN1_INTEGER_to_BN(value, nullptr));
 }
 
-// A deep copy of a value of the item (through its encoding); null on failure.
-template <class T, const ASN1_ITEM *(*Item)()> ItemPtr<T, Item> dupItem(const T *value) noexcept
-{
-    if (!value)
-        return nullptr;
-    return ItemPtr<T, Item>(reinterpret_cast<T *>(ASN1_item_dup(Item(), value)));
-}
-
 // A new handle around a decoded value; null when there is none.
 template <class Handle, class Ptr> Handle *wrap(Ptr value) noexcept
 {
@@ -96,15 +88,15 @@ template <class List> int listCount(const List *list) noexcept
     return list ? OPENSSL_sk_num(reinterpret_cast<const OPENSSL_STACK *>(list->value.get())) : -1;
 }
 
-// A new handle around a deep copy of entry index of a list handle's stack of
-// T; null for a null handle or an index out of range.
-template <class Handle, class T, const ASN1_ITEM *(*Item)(), class List>
-Handle *listItem(const List *list, int index) noexcept
+// A new handle around entry index of a list handle's stack of T, sharing the
+// list; null for a null handle or an index out of range.
+template <class Handle, class T, class List> Handle *listItem(const List *list, int index) noexcept
 {
     if (!list)
         return nullptr;
     const auto *stack = reinterpret_cast<const OPENSSL_STACK *>(list->value.get());
-    return wrap<Handle>(dupItem<T, Item>(static_cast<const T *>(OPENSSL_sk_value(stack, index))));
+    return wrap<Handle>(
+        partOf(list->value, static_cast<const T *>(OPENSSL_sk_value(stack, index))));
 }
 
 } // namespace tavik::detail

@@ -23,14 +23,14 @@
 
 namespace {
 
-using tavik::detail::GeneralNamePtr;
 using tavik::detail::guard;
-using tavik::detail::IntegerPtr;
 using tavik::detail::NameEntryPtr;
 using tavik::detail::NamePtr;
 using tavik::detail::NameRdnPtr;
 using tavik::detail::ObjectPtr;
 using tavik::detail::OsslBytesPtr;
+using tavik::detail::partOf;
+using tavik::detail::Shared;
 using tavik::detail::StringPtr;
 
 } // namespace
@@ -48,12 +48,12 @@ struct tavik_cert_attrtypeandvalue_st {
 };
 
 struct tavik_cert_generalname_st {
-    GeneralNamePtr name;
+    tavik::detail::Shared<GENERAL_NAME> name;
     bool inSubtree;
 };
 
 struct tavik_cert_generalnames_st {
-    std::vector<GeneralNamePtr> names;
+    tavik::detail::Shared<GENERAL_NAMES> names;
 };
 
 struct tavik_cert_othername_st {
@@ -67,13 +67,11 @@ struct tavik_cert_ediparyname_st {
 };
 
 struct tavik_cert_generalsubtree_st {
-    GeneralNamePtr base;
-    IntegerPtr minimum; // null when absent
-    IntegerPtr maximum; // null when absent
+    tavik::detail::Shared<GENERAL_SUBTREE> value;
 };
 
 struct tavik_cert_generalsubtrees_st {
-    std::vector<tavik_cert_generalsubtree_st> subtrees;
+    tavik::detail::Shared<STACK_OF(GENERAL_SUBTREE)> value;
 };
 
 namespace {
@@ -208,63 +206,23 @@ NamePtr x509NameOf(const NAME_RDNS *rdns) noexcept
     });
 }
 
-tavik_cert_generalname *newGeneralName(const GENERAL_NAME *name, bool inSubtree) noexcept
+tavik_cert_generalname *newGeneralName(Shared<GENERAL_NAME> name, bool inSubtree) noexcept
 {
-    if (!name)
-        return nullptr;
-    GeneralNamePtr copy(GENERAL_NAME_dup(name));
-    return copy ? newObject<tavik_cert_generalname_st>(std::move(copy), inSubtree) : nullptr;
+    return name ? newObject<tavik_cert_generalname_st>(std::move(name), inSubtree) : nullptr;
 }
 
 // GeneralNames ::= SEQUENCE SIZE (1..MAX) OF GeneralName
-tavik_cert_generalnames *newGeneralNames(const GENERAL_NAMES *names) noexcept
+tavik_cert_generalnames *newGeneralNames(Shared<GENERAL_NAMES> names) noexcept
 {
-    if (!names)
-        return nullptr;
-    return tavik::detail::guard<tavik_cert_generalnames *>(
-        nullptr, [&]() -> tavik_cert_generalnames * {
-            std::vector<GeneralNamePtr> copies;
-            for (int i = 0; i < sk_GENERAL_NAME_num(names); ++i) {
-                copies.emplace_back(GENERAL_NAME_dup(sk_GENERAL_NAME_value(names, i)));
-                if (!copies.back())
-                    return nullptr;
-            }
-            return newObject<tavik_cert_generalnames_st>(std::move(copies));
-        });
+    return names ? newObject<tavik_cert_generalnames_st>(std::move(names)) : nullptr;
 }
 
 // GeneralSubtree ::= SEQUENCE {
 //     base GeneralName, minimum [0] BaseDistance DEFAULT 0,
 //     maximum [1] BaseDistance OPTIONAL }
-tavik_cert_generalsubtrees *newGeneralSubtrees(const STACK_OF(GENERAL_SUBTREE) * subtrees) noexcept
+tavik_cert_generalsubtrees *newGeneralSubtrees(Shared<STACK_OF(GENERAL_SUBTREE)> subtrees) noexcept
 {
-    if (!subtrees)
-        return nullptr;
-    return tavik::detail::guard<tavik_cert_generalsubtrees *>(
-        nullptr, [&]() -> tavik_cert_generalsubtrees * {
-            std::vector<tavik_cert_generalsubtree_st> copies;
-            for (int i = 0; i < sk_GENERAL_SUBTREE_num(subtrees); ++i) {
-                const GENERAL_SUBTREE *subtree = sk_GENERAL_SUBTREE_value(subtrees, i);
-                if (!subtree || !subtree->base)
-                    return nullptr;
-                tavik_cert_generalsubtree_st copy{GeneralNamePtr(GENERAL_NAME_dup(subtree->base)),
-                                                  nullptr, nullptr};
-                if (!copy.base)
-                    return nullptr;
-                if (subtree->minimum) {
-                    copy.minimum.reset(ASN1_INTEGER_dup(subtree->minimum));
-                    if (!copy.minimum)
-                        return nullptr;
-                }
-                if (subtree->maximum) {
-                    copy.maximum.reset(ASN1_INTEGER_dup(subtree->maximum));
-                    if (!copy.maximum)
-                        return nullptr;
-                }
-                copies.push_back(std::move(copy));
-            }
-            return newObject<tavik_cert_generalsubtrees_st>(std::move(copies));
-        });
+    return subtrees ? newObject<tavik_cert_generalsubtrees_st>(std::move(subtrees)) : nullptr;
 }
 
 } // namespace tavik::detail
@@ -344,7 +302,7 @@ void tavik_cert_generalnames_free(tavik_cert_generalnames *names)
 
 int tavik_cert_generalnames_getitemcount(const tavik_cert_generalnames *names)
 {
-    return names ? static_cast<int>(names->names.size()) : -1;
+    return names ? sk_GENERAL_NAME_num(names->names.get()) : -1;
 }
 
 tavik_cert_generalname *tavik_cert_generalnames_getitem(const tavik_cert_generalnames *names,
@@ -352,7 +310,8 @@ tavik_cert_generalname *tavik_cert_generalnames_getitem(const tavik_cert_general
 {
     if (!names || index < 0 || index >= tavik_cert_generalnames_getitemcount(names))
         return nullptr;
-    return tavik::detail::newGeneralName(names->names[static_cast<std::size_t>(index)].get());
+    return tavik::detail::newGeneralName(
+        partOf(names->names, sk_GENERAL_NAME_value(names->names.get(), index)));
 }
 
 void tavik_cert_generalname_free(tavik_cert_generalname *name)
@@ -487,7 +446,7 @@ void tavik_cert_generalsubtrees_free(tavik_cert_generalsubtrees *subtrees)
 
 int tavik_cert_generalsubtrees_getitemcount(const tavik_cert_generalsubtrees *subtrees)
 {
-    return subtrees ? static_cast<int>(subtrees->subtrees.size()) : -1;
+    return subtrees ? sk_GENERAL_SUBTREE_num(subtrees->value.get()) : -1;
 }
 
 tavik_cert_generalsubtree *
@@ -495,14 +454,9 @@ tavik_cert_generalsubtrees_getitem(const tavik_cert_generalsubtrees *subtrees, i
 {
     if (!subtrees || index < 0 || index >= tavik_cert_generalsubtrees_getitemcount(subtrees))
         return nullptr;
-    const auto &from = subtrees->subtrees[static_cast<std::size_t>(index)];
-    tavik_cert_generalsubtree_st copy{
-        GeneralNamePtr(GENERAL_NAME_dup(from.base.get())),
-        IntegerPtr(from.minimum ? ASN1_INTEGER_dup(from.minimum.get()) : nullptr),
-        IntegerPtr(from.maximum ? ASN1_INTEGER_dup(from.maximum.get()) : nullptr)};
-    if (!copy.base || (from.minimum && !copy.minimum) || (from.maximum && !copy.maximum))
-        return nullptr;
-    return tavik::detail::newObject<tavik_cert_generalsubtree_st>(std::move(copy));
+    auto subtree = partOf(subtrees->value, sk_GENERAL_SUBTREE_value(subtrees->value.get(), index));
+    return subtree ? tavik::detail::newObject<tavik_cert_generalsubtree_st>(std::move(subtree))
+                   : nullptr;
 }
 
 void tavik_cert_generalsubtree_free(tavik_cert_generalsubtree *subtree)
@@ -512,17 +466,21 @@ void tavik_cert_generalsubtree_free(tavik_cert_generalsubtree *subtree)
 
 tavik_cert_generalname *tavik_cert_generalsubtree_getbase(const tavik_cert_generalsubtree *subtree)
 {
-    return subtree ? tavik::detail::newGeneralName(subtree->base.get(), true) : nullptr;
+    return subtree
+               ? tavik::detail::newGeneralName(partOf(subtree->value, subtree->value->base), true)
+               : nullptr;
 }
 
 tavik_biginteger *tavik_cert_generalsubtree_getmin(const tavik_cert_generalsubtree *subtree)
 {
-    return subtree && subtree->minimum ? tavik::detail::newBigInt(subtree->minimum.get()) : nullptr;
+    return subtree && subtree->value->minimum ? tavik::detail::newBigInt(subtree->value->minimum)
+                                              : nullptr;
 }
 
 tavik_biginteger *tavik_cert_generalsubtree_getmax(const tavik_cert_generalsubtree *subtree)
 {
-    return subtree && subtree->maximum ? tavik::detail::newBigInt(subtree->maximum.get()) : nullptr;
+    return subtree && subtree->value->maximum ? tavik::detail::newBigInt(subtree->value->maximum)
+                                              : nullptr;
 }
 
 } // extern "C"

@@ -48,6 +48,15 @@ inline const ASN1_STRING *stringOf(const ASN1_TYPE *value) noexcept
     return value->value.asn1_string;
 }
 
+// Decoded values are parsed once: a handle given out for part of another
+// holds that part and keeps the whole alive, instead of a copy.
+template <class T> using Shared = std::shared_ptr<const T>;
+
+template <class T, class Whole> Shared<T> partOf(const Shared<Whole> &whole, const T *part) noexcept
+{
+    return part ? Shared<T>(whole, part) : nullptr;
+}
+
 // ---- Names (names.cpp) ----
 
 // A name over a parsed one it shares.
@@ -61,9 +70,9 @@ NamePtr x509NameOf(const NAME_RDNS *rdns) noexcept;
 tavik_cert_rdn *newRdn(const STACK_OF(X509_NAME_ENTRY) * entries) noexcept;
 // inSubtree: the name is the base of a name-constraint subtree, where an IP
 // address carries its mask.
-tavik_cert_generalname *newGeneralName(const GENERAL_NAME *name, bool inSubtree = false) noexcept;
-tavik_cert_generalnames *newGeneralNames(const GENERAL_NAMES *names) noexcept;
-tavik_cert_generalsubtrees *newGeneralSubtrees(const STACK_OF(GENERAL_SUBTREE) * subtrees) noexcept;
+tavik_cert_generalname *newGeneralName(Shared<GENERAL_NAME> name, bool inSubtree = false) noexcept;
+tavik_cert_generalnames *newGeneralNames(Shared<GENERAL_NAMES> names) noexcept;
+tavik_cert_generalsubtrees *newGeneralSubtrees(Shared<STACK_OF(GENERAL_SUBTREE)> subtrees) noexcept;
 
 // ---- Certificate fields (fields.cpp) ----
 
