@@ -1,5 +1,6 @@
 // The certificate's own fields as rows: version, serial, algorithms, names,
 // validity, unique IDs, public key, signature value and thumbprints.
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -201,12 +202,17 @@ std::optional<std::string> hexText(const unsigned char *data, std::size_t length
     if (tavik_hexencode(0, data, length, &raw, &rawLength) != 1 || !raw)
         return std::nullopt;
     const tavik::TextPtr owned(raw);
-    std::string text;
-    text.reserve(rawLength + length * separator.size());
+    if (separator.empty() || rawLength == 0)
+        return std::string(raw, rawLength);
+    // Sized once and written through a pointer: key and signature rows run
+    // to hundreds of bytes.
+    std::string text(rawLength + (length - 1) * separator.size(), '\0');
+    char *to = text.data();
     for (std::size_t at = 0; at < rawLength; at += 2) {
         if (at > 0)
-            text += separator;
-        text.append(raw + at, 2);
+            to = std::copy(separator.begin(), separator.end(), to);
+        *to++ = raw[at];
+        *to++ = raw[at + 1];
     }
     return text;
 }

@@ -48,10 +48,11 @@ void ShowCertDetailDlgModel::getCertInfomation()
     GetCertThumbprint();
 }
 
-void ShowCertDetailDlgModel::AddCertInfo(const std::string &name, const std::string &value,
-                                         const std::string &content, unsigned type)
+void ShowCertDetailDlgModel::AddCertInfo(const std::string &name, std::string value,
+                                         std::string content, unsigned type)
 {
-    m_certInfos.insert_or_assign(name, CertDetailInfoItem{name, value, content, type});
+    m_certInfos.insert_or_assign(
+        name, CertDetailInfoItem{name, std::move(value), std::move(content), type});
     m_keys.push_back(name);
 }
 

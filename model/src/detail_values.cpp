@@ -223,11 +223,11 @@ ShowCertDetailDlgModel::GetNSStringFromUString(const tavik_ustring *string)
     if (!wide)
         return std::nullopt;
     const ThreadLocaleSwitch utf8(utf8CtypeLocale());
-    const std::size_t length = std::wcstombs(nullptr, wide.get(), 0);
-    if (length == static_cast<std::size_t>(-1))
-        return std::nullopt;
-    std::string text(length + 1, '\0');
-    if (std::wcstombs(text.data(), wide.get(), length + 1) != length)
+    // One pass into room for the longest UTF-8 form rather than measuring
+    // first: the conversion is the costliest step of a name row.
+    std::string text(tavik_ustring_getlength(string) * 4 + 1, '\0');
+    const std::size_t length = std::wcstombs(text.data(), wide.get(), text.size());
+    if (length == static_cast<std::size_t>(-1) || length == text.size())
         return std::nullopt;
     text.resize(length);
     return text;

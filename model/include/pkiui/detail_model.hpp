@@ -65,7 +65,7 @@ class ShowCertDetailDlgModel {
     void selectionDidChange(int row) const;
     std::function<void(const std::string &content)> showContent;
 
-    void AddCertInfo(const std::string &name, const std::string &value, const std::string &content,
+    void AddCertInfo(const std::string &name, std::string value, std::string content,
                      unsigned type);
 
     // ---- Shared formatting; nullopt where a reader would get nothing. ----
