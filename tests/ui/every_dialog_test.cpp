@@ -42,6 +42,8 @@ struct Stop {
 
 struct Dialog {
     std::string name;
+    const char *title;
+    bool closeButton;    // in the window's title bar
     QSize given;         // the window's size by design
     const char *focused; // where the focus is when the dialog opens
     // What a keyboard user does before the last Return.
@@ -98,6 +100,8 @@ class Dialogs : public ::testing::Test {
         const std::string ok = "1 abc", none = std::to_string(TAVIKPKIUI_NO_PASSWORD);
         return {
             {"chooser",
+             "证书选择对话框",
+             true,
              {552, 200},
              "certTableView",
              // Down twice: the first arrow selects the first row, the second the next.
@@ -116,6 +120,8 @@ class Dialogs : public ::testing::Test {
              {{"", itself}},
              {"Tavik Test Intermediate CA", "null", "null"}},
             {"password",
+             "密码输入对话框",
+             true,
              {400, 120},
              "passwordField",
              typeAfterEmptyReturn,
@@ -127,6 +133,8 @@ class Dialogs : public ::testing::Test {
              {{"", itself}, {" alert", emptyPasswordAlert}},
              {ok, none, none}},
             {"pin",
+             "密码输入对话框",
+             true,
              {400, 180},
              "passwordField",
              typeAfterEmptyReturn,
@@ -139,6 +147,8 @@ class Dialogs : public ::testing::Test {
              {ok, none, none}},
             // Every way out of the viewer is its "确定".
             {"viewer",
+             "证书",
+             false,
              {400, 450},
              "tabs",
              {},
@@ -283,7 +293,7 @@ TEST_F(Dialogs, TabWalksTheControlsInTheOrderTheyAreSeen)
     });
 }
 
-TEST_F(Dialogs, KeysStartWhereTypingGoesAndEndEachDialog)
+TEST_F(Dialogs, KeysStartWhereTypingGoesAndEndEachDialogUnderItsTitle)
 {
     for (const Dialog &dialog : dialogs()) {
         for (int key = 0; key < 3; ++key) {
@@ -304,6 +314,13 @@ TEST_F(Dialogs, KeysStartWhereTypingGoesAndEndEachDialog)
             });
             EXPECT_EQ(dialog.call(), dialog.afterKeys[key]) << dialog.name << " key " << key;
             EXPECT_TRUE(focused) << dialog.name << ": the focus starts elsewhere";
+            // Titled and minimisable; the viewer has no close button.
+            EXPECT_EQ(script.lastTitle(), QString::fromUtf8(dialog.title)) << dialog.name;
+            const Qt::WindowFlags flags = script.lastFlags();
+            EXPECT_TRUE(flags.testFlag(Qt::WindowTitleHint) &&
+                        flags.testFlag(Qt::WindowMinimizeButtonHint))
+                << dialog.name;
+            EXPECT_EQ(flags.testFlag(Qt::WindowCloseButtonHint), dialog.closeButton) << dialog.name;
         }
     }
 }
