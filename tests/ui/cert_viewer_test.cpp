@@ -125,14 +125,21 @@ TEST_F(DetailTab, ColumnsKeepTheirLimitsAndRowsTheirHeight)
     EXPECT_EQ(m_table->textElideMode(), Qt::ElideRight);
 }
 
-// Shows the viewer over a parent and returns its window.
+// Shows the viewer over a parent and returns its window: the call returns at
+// once, with a window of its own, owned by the parent and shown.
 QPointer<QWidget> viewerOver(QWidget &parent, TAVIK_CERT_st *cert)
 {
     const int before = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow")).size();
     EXPECT_EQ(TavikPKIUIDisplayCert(&parent, cert), 1);
     const auto viewers = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
     EXPECT_EQ(viewers.size(), before + 1);
-    return viewers.isEmpty() ? nullptr : viewers.last();
+    if (viewers.isEmpty())
+        return nullptr;
+    QWidget *viewer = viewers.last();
+    EXPECT_TRUE(viewer->isWindow() && viewer->isVisible());
+    EXPECT_EQ(viewer->windowTitle(), QStringLiteral("证书"));
+    EXPECT_EQ(viewer->size(), QSize(400, 450));
+    return viewer;
 }
 
 class PathTab : public ::testing::Test {
@@ -210,24 +217,16 @@ TEST_F(PathTab, ViewingTheRootOpensASecondViewerWhileTheFirstStays)
     clickRow(m_table, 2);
     EXPECT_FALSE(lookUp->isEnabled());
     EXPECT_EQ(tab->selectedCert(), nullptr);
-}
 
-TEST(DisplayCert, WithParentReturnsAtOnceAndOkOnlyHides)
-{
-    const tavik::CertPtr cert = loadCert("rsa-leaf");
-    QWidget parent;
-    parent.show();
-    QPointer<QWidget> viewer = viewerOver(parent, cert.get());
-    ASSERT_NE(viewer, nullptr);
-    EXPECT_TRUE(viewer->isWindow()) << "a window of its own, owned by the parent";
+    // A viewer over a parent: "确定" only hides it, and the hidden one is released.
+    QPointer<QWidget> second = nested.first();
+    click(second, "okButton");
+    EXPECT_FALSE(second->isVisible());
     EXPECT_TRUE(viewer->isVisible());
-    EXPECT_EQ(viewer->windowTitle(), QStringLiteral("证书"));
-    EXPECT_EQ(viewer->size(), QSize(400, 450));
-    click(viewer, "okButton");
-    EXPECT_FALSE(viewer->isVisible());
     QTest::qWait(0);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_EQ(viewer, nullptr) << "hidden viewer is released";
+    EXPECT_EQ(second, nullptr);
+    EXPECT_NE(viewer, nullptr);
 }
 
 TEST(DisplayCert, ACertificateTheViewerRefusesAlertsAndReturnsZero)
