@@ -11,7 +11,6 @@
 #include <QTabWidget>
 #include <QTableView>
 #include <QTest>
-#include <QTimer>
 #include <gtest/gtest.h>
 
 #include "Tavik_PKI_Crypto_UI.h"
@@ -29,8 +28,6 @@ using uitest::child;
 using uitest::click;
 using uitest::clickRow;
 using uitest::loadCert;
-
-const QString kViewerTitle = QStringLiteral("证书");
 
 // Each tab notes when it receives the certificate.
 template <class Tab> class Recording final : public Tab {
@@ -128,14 +125,21 @@ TEST_F(DetailTab, ColumnsKeepTheirLimitsAndRowsTheirHeight)
     EXPECT_EQ(m_table->textElideMode(), Qt::ElideRight);
 }
 
-// Shows the viewer over a parent and returns its window.
+// Shows the viewer over a parent and returns its window: the call returns at
+// once, with a window of its own, owned by the parent and shown.
 QPointer<QWidget> viewerOver(QWidget &parent, TAVIK_CERT_st *cert)
 {
     const int before = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow")).size();
     EXPECT_EQ(TavikPKIUIDisplayCert(&parent, cert), 1);
     const auto viewers = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
     EXPECT_EQ(viewers.size(), before + 1);
-    return viewers.isEmpty() ? nullptr : viewers.last();
+    if (viewers.isEmpty())
+        return nullptr;
+    QWidget *viewer = viewers.last();
+    EXPECT_TRUE(viewer->isWindow() && viewer->isVisible());
+    EXPECT_EQ(viewer->windowTitle(), QStringLiteral("证书"));
+    EXPECT_EQ(viewer->size(), QSize(400, 450));
+    return viewer;
 }
 
 class PathTab : public ::testing::Test {
@@ -213,44 +217,16 @@ TEST_F(PathTab, ViewingTheRootOpensASecondViewerWhileTheFirstStays)
     clickRow(m_table, 2);
     EXPECT_FALSE(lookUp->isEnabled());
     EXPECT_EQ(tab->selectedCert(), nullptr);
-}
 
-TEST(DisplayCert, WithoutParentReturnsOnlyAfterOk)
-{
-    const tavik::CertPtr cert = loadCert("rsa-leaf");
-    bool stillRunningAfterWait = false;
-    const uitest::DialogScript script([&](QWidget *window) {
-        // The call must still be waiting while the viewer is up.
-        QTimer::singleShot(50, window, [&, window] {
-            stillRunningAfterWait = window->isVisible();
-            click(window, "okButton");
-        });
-    });
-    EXPECT_EQ(TavikPKIUIDisplayCert(nullptr, cert.get()), 1);
-    EXPECT_TRUE(stillRunningAfterWait);
-    EXPECT_EQ(script.lastTitle(), kViewerTitle);
-    EXPECT_EQ(script.lastSize(), QSize(400, 450));
-    // Titled and minimisable, without a close button.
-    EXPECT_FALSE(script.lastFlags().testFlag(Qt::WindowCloseButtonHint));
-    EXPECT_TRUE(script.lastFlags().testFlag(Qt::WindowMinimizeButtonHint));
-    EXPECT_TRUE(script.lastFlags().testFlag(Qt::WindowTitleHint));
-}
-
-TEST(DisplayCert, WithParentReturnsAtOnceAndOkOnlyHides)
-{
-    const tavik::CertPtr cert = loadCert("rsa-leaf");
-    QWidget parent;
-    parent.show();
-    QPointer<QWidget> viewer = viewerOver(parent, cert.get());
-    ASSERT_NE(viewer, nullptr);
-    EXPECT_TRUE(viewer->isWindow()) << "a window of its own, owned by the parent";
+    // A viewer over a parent: "确定" only hides it, and the hidden one is released.
+    QPointer<QWidget> second = nested.first();
+    click(second, "okButton");
+    EXPECT_FALSE(second->isVisible());
     EXPECT_TRUE(viewer->isVisible());
-    EXPECT_EQ(viewer->windowTitle(), kViewerTitle);
-    click(viewer, "okButton");
-    EXPECT_FALSE(viewer->isVisible());
     QTest::qWait(0);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_EQ(viewer, nullptr) << "hidden viewer is released";
+    EXPECT_EQ(second, nullptr);
+    EXPECT_NE(viewer, nullptr);
 }
 
 TEST(DisplayCert, ACertificateTheViewerRefusesAlertsAndReturnsZero)

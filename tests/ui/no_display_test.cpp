@@ -3,7 +3,7 @@
 // shared library, as a host would.
 #include <gtest/gtest.h>
 
-#include <cctype>
+#include <array>
 #include <cstdlib>
 #include <string>
 
@@ -12,69 +12,49 @@
 
 namespace {
 
-constexpr const char *kVariables[] = {"DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR",
-                                      "QT_QPA_PLATFORM"};
-
-// The environment a host was started with; unset for nullptr.
-struct Environment {
-    const char *what;
-    const char *display;
-    const char *wayland;
-    const char *runtimeDir;
-    const char *platform;
-};
-
-class NoDisplay : public ::testing::TestWithParam<Environment> {
-  protected:
-    void SetUp() override
-    {
-        const Environment &e = GetParam();
-        const char *values[] = {e.display, e.wayland, e.runtimeDir, e.platform};
-        for (int i = 0; i < 4; ++i) {
-            if (values[i])
-                setenv(kVariables[i], values[i], 1);
-            else
-                unsetenv(kVariables[i]);
-        }
-    }
-};
-
-TEST_P(NoDisplay, BlockingEntriesFailWithoutAborting)
+// The environment a host was started with: DISPLAY, WAYLAND_DISPLAY,
+// XDG_RUNTIME_DIR and QT_QPA_PLATFORM; nullptr unsets. No X server listens on
+// display 87, nor on its TCP port.
+TEST(NoDisplay, BlockingEntriesFailWithoutAborting)
 {
     const tavik::CertPtr cert = pkiui::test::loadCert("rsa-leaf");
     ASSERT_NE(cert, nullptr);
     TAVIK_CERT_st *certs[] = {cert.get()};
     const auto device = pkiui::test::openScripted(1, 3, {{1, 3}});
     ASSERT_TRUE(device);
-
-    char sentinel = 'x';
-    char *pwd = &sentinel;
-    EXPECT_EQ(TavikPKIUISelectCert(nullptr, nullptr, nullptr, certs, 1), nullptr);
-    EXPECT_EQ(TavikPKIUIGetPassword(nullptr, "m", &pwd), TAVIKPKIUI_NO_PASSWORD);
-    EXPECT_EQ(TavikPKIUIVerifyPassword(nullptr, device.get(), 1, "m", &pwd),
-              TAVIKPKIUI_NO_PASSWORD);
-    EXPECT_EQ(pwd, &sentinel);
-    EXPECT_EQ(TavikPKIUIDisplayCert(nullptr, cert.get()), 0);
+    using Environment = std::array<const char *, 4>;
+    const Environment variables = {"DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR",
+                                   "QT_QPA_PLATFORM"};
+    for (const Environment &e : {
+             Environment{nullptr, nullptr, nullptr, nullptr},         // none
+             Environment{":87", nullptr, nullptr, nullptr},           // dead local X
+             Environment{"127.0.0.1:87", nullptr, nullptr, nullptr},  // dead TCP X
+             Environment{nullptr, "pkiui-none", "/tmp", nullptr},     // no compositor
+             Environment{nullptr, nullptr, nullptr, "xcb"},           // xcb, no DISPLAY
+             Environment{":87", "pkiui-none", "/tmp", "wayland;xcb"}, // all dead
+             Environment{nullptr, nullptr, nullptr, "linuxfb"},       // not honoured
+             Environment{nullptr, nullptr, nullptr, "pkiui-none"},    // unknown
+         }) {
+        std::string what;
+        for (std::size_t i = 0; i < e.size(); ++i) {
+            what += std::string(variables[i]) + "=" + (e[i] ? e[i] : "(unset)") + " ";
+            if (e[i])
+                setenv(variables[i], e[i], 1);
+            else
+                unsetenv(variables[i]);
+        }
+        SCOPED_TRACE(what);
+        char sentinel = 'x';
+        char *pwd = &sentinel;
+        EXPECT_EQ(TavikPKIUISelectCert(nullptr, nullptr, nullptr, certs, 1), nullptr);
+        EXPECT_EQ(TavikPKIUIGetPassword(nullptr, "m", &pwd), TAVIKPKIUI_NO_PASSWORD);
+        EXPECT_EQ(TavikPKIUIVerifyPassword(nullptr, device.get(), 1, "m", &pwd),
+                  TAVIKPKIUI_NO_PASSWORD);
+        EXPECT_EQ(pwd, &sentinel);
+        EXPECT_EQ(TavikPKIUIDisplayCert(nullptr, cert.get()), 0);
+    }
     EXPECT_EQ(TavikPKIDeviceScriptedVerifyCalls(device.get()), 0);
 }
-
-// No X server listens on display 87, nor on its TCP port.
-INSTANTIATE_TEST_SUITE_P(
-    Hosts, NoDisplay,
-    ::testing::Values(Environment{"none", nullptr, nullptr, nullptr, nullptr},
-                      Environment{"dead local X", ":87", nullptr, nullptr, nullptr},
-                      Environment{"dead TCP X", "127.0.0.1:87", nullptr, nullptr, nullptr},
-                      Environment{"no compositor", nullptr, "pkiui-none", "/tmp", nullptr},
-                      Environment{"xcb, no DISPLAY", nullptr, nullptr, nullptr, "xcb"},
-                      Environment{"list, all dead", ":87", "pkiui-none", "/tmp", "wayland;xcb"},
-                      Environment{"not honoured", nullptr, nullptr, nullptr, "linuxfb"},
-                      Environment{"unknown", nullptr, nullptr, nullptr, "pkiui-none"}),
-    [](const ::testing::TestParamInfo<Environment> &info) {
-        std::string name;
-        for (const char *c = info.param.what; *c; ++c)
-            name += std::isalnum(static_cast<unsigned char>(*c)) ? *c : '_';
-        return name;
-    });
 
 TEST(NoDisplayCaptions, StillWork)
 {
