@@ -49,54 +49,22 @@ std::vector<GeneralNamePtr> items(const GeneralNamesPtr &names)
 
 // ---- Distinguished names ----
 
-// dn-all: every attribute type, a value with " = ", a multi-valued RDN, an
-// unknown type and a value that is no string, in stored order: per attribute
-// its RDN, type and text (or, with no text, its DER), as OpenSSL decodes them.
-TEST(Dn, WalkInStoredOrderMatchesOpenssl)
+// dn-all's attributes, in order, are pinned by the detail model's subject
+// row, which cannot tell a multi-valued RDN from two RDNs: the walk keeps
+// CN=Multi+OU=Valued as one RDN of two.
+TEST(Dn, MultiValuedRdnIsOneItemAndAnEmptyNameHasNone)
 {
-    for (const char *name : {"rsa-leaf", "dn-all"}) {
-        const X509Ptr x509 = opensslCert(name);
-        const CertPtr cert = loadCert(name);
-        for (const bool subject : {true, false}) {
-            SCOPED_TRACE(std::string(name) + (subject ? " subject" : " issuer"));
-            const X509_NAME *reference =
-                subject ? X509_get_subject_name(x509.get()) : X509_get_issuer_name(x509.get());
-            std::vector<std::string> expected, got;
-            for (int i = 0; i < X509_NAME_entry_count(reference); ++i) {
-                const X509_NAME_ENTRY *entry = X509_NAME_get_entry(reference, i);
-                const ASN1_STRING *value = X509_NAME_ENTRY_get_data(entry);
-                unsigned char *text = nullptr;
-                const int length = ASN1_STRING_type(value) == V_ASN1_SEQUENCE
-                                       ? -1
-                                       : ASN1_STRING_to_UTF8(&text, value);
-                const std::unique_ptr<unsigned char, Free<opensslFree>> owned(text);
-                char oid[128];
-                OBJ_obj2txt(oid, sizeof oid, X509_NAME_ENTRY_get_object(entry), 1);
-                expected.push_back(
-                    std::to_string(X509_NAME_ENTRY_set(entry)) + " " + oid + " " +
-                    (length >= 0 ? std::string(reinterpret_cast<char *>(text),
-                                               static_cast<std::size_t>(length))
-                                 : "#" + hex(ASN1_STRING_get0_data(value),
-                                             static_cast<std::size_t>(ASN1_STRING_length(value)))));
-            }
-            const DnPtr dn(subject ? tavik_cert_getsubject(cert.get())
-                                   : tavik_cert_getissuer(cert.get()));
-            const int count = tavik_cert_dn_getitemcount(dn.get());
-            for (int i = 0; i < count; ++i) {
-                const RdnPtr rdn(tavik_cert_dn_getitem(dn.get(), i));
-                for (int k = 0; k < tavik_cert_rdn_getitemcount(rdn.get()); ++k) {
-                    const AtvPtr atv(tavik_cert_rdn_getitem(rdn.get(), k));
-                    got.push_back(std::to_string(i) + " " +
-                                  textOf(tavik_cert_attrtypeandvalue_gettype(atv.get())) + " " +
-                                  utf8(tavik_cert_attrtypeandvalue_getstring(atv.get()))
-                                      .value_or("#" + hex(tavik_cert_attrtypeandvalue_getvalencode(
-                                                          atv.get()))));
-                }
-            }
-            EXPECT_EQ(got, expected);
-            EXPECT_FALSE(RdnPtr(tavik_cert_dn_getitem(dn.get(), count)));
-        }
-    }
+    const CertPtr cert = loadCert("dn-all");
+    const DnPtr dn(tavik_cert_getsubject(cert.get()));
+    const int count = tavik_cert_dn_getitemcount(dn.get());
+    std::vector<int> sizes;
+    for (int i = 0; i < count; ++i)
+        sizes.push_back(
+            tavik_cert_rdn_getitemcount(RdnPtr(tavik_cert_dn_getitem(dn.get(), i)).get()));
+    std::vector<int> expected(19, 1);
+    expected[16] = 2;
+    EXPECT_EQ(sizes, expected);
+    EXPECT_FALSE(RdnPtr(tavik_cert_dn_getitem(dn.get(), count)));
     const CertPtr empty = certWith(tlv(0x30, {}));
     const DnPtr none(tavik_cert_getsubject(empty.get()));
     ASSERT_TRUE(none);
@@ -179,10 +147,9 @@ std::string describe(const tavik_cert_generalname *name)
     add("ip", owned(tavik_cert_generalname_getip(name)));
     add("regid", owned(tavik_cert_generalname_getregid(name)));
     if (const DnPtr dn(tavik_cert_generalname_getdirname(name)); dn)
-        add("dir", dnText(dn.get(), true));
+        out += " dir";
     if (const OtherNamePtr other(tavik_cert_generalname_getothername(name)); other)
-        add("other", textOf(tavik_cert_othername_gettype(other.get())) + ":" +
-                         hex(tavik_cert_othername_getvalue(other.get())));
+        out += " other";
     if (const EdiPtr edi(tavik_cert_generalname_getediname(name)); edi)
         add("edi", utf8(tavik_cert_ediparyname_getnameassigner(edi.get())).value_or("-") + "/" +
                        utf8(tavik_cert_ediparyname_getpartyname(edi.get())).value_or("-"));
