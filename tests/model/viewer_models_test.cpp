@@ -121,22 +121,28 @@ TEST_F(ViewerModels, GeneralTabNamesAndValidity)
     }
 }
 
+// The local date, in whatever zone TZ names now: each case changes it
+// without tzset().
 TEST(GeneralTab, DateInTheLocalZone)
 {
+    const ScopedTimeZone restore("UTC");
     const struct {
         const char *zone;
-        int year, month, day, hour;
+        int year, month, day, hour, minute;
         const char *text;
     } cases[] = {
-        {"UTC", 2024, 3, 5, 20, "2024/03/05"},
-        {"Asia/Shanghai", 2024, 3, 5, 20, "2024/03/06"},
-        {"America/New_York", 2024, 3, 5, 3, "2024/03/04"},
-        {"Asia/Shanghai", 9999, 12, 31, 20, "9999/12/31 UTC"}, // no local year 10000
+        {"UTC", 2024, 3, 5, 20, 0, "2024/03/05"},
+        {"Asia/Shanghai", 2024, 3, 5, 20, 0, "2024/03/06"},
+        {"America/New_York", 2024, 3, 5, 3, 0, "2024/03/04"},
+        {"America/New_York", 2024, 7, 1, 4, 30, "2024/07/01"}, // summer time
+        {"Asia/Shanghai", 2100, 2, 28, 16, 0, "2100/03/01"},   // past 2038, no 29th
+        {"UTC", 1950, 1, 1, 0, 0, "1950/01/01"},
+        {"Asia/Shanghai", 9999, 12, 31, 20, 0, "9999/12/31 UTC"}, // no local year 10000
     };
     for (const auto &c : cases) {
-        const ScopedTimeZone zone(c.zone);
-        const tavik::TimePtr time(tavik_time_new(c.year, c.month, c.day, c.hour, 0, 0));
-        EXPECT_EQ(ShowCertRoutineDlgModel::FormatTime(time.get()), c.text) << c.zone;
+        setenv("TZ", c.zone, 1);
+        const tavik::TimePtr time(tavik_time_new(c.year, c.month, c.day, c.hour, c.minute, 0));
+        EXPECT_EQ(ShowCertRoutineDlgModel::FormatTime(time.get()), c.text) << c.zone << c.year;
     }
 }
 
