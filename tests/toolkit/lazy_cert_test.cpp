@@ -12,44 +12,29 @@ namespace {
 using namespace pkiui::test;
 using namespace tavik;
 
-// A subject CN of a type X509_NAME does not allow: the rows read it (as text
-// when it is a string, else by its encoding), path building cannot.
-TEST(OddNames, LoadWithTheirRowsButNoPath)
+// A subject CN of a type X509_NAME does not allow: the detail model's subject
+// rows pin how the value reads; the handle loads from both forms and keeps its
+// DER, its attributes answer, and path building cannot use it.
+TEST(OddNames, LoadWithTheirAttributesButNoPath)
 {
-    struct Case {
-        const char *fixture;
-        std::optional<std::string> text; // the value's string form
-        const char *encoding;            // the value's DER in hex
-        int cnStatus;                    // of the subject-CN attribute
+    const std::pair<const char *, int> cases[] = {
+        {"odd-integer", TAVIK_ERR_VERIFY}, // the subject-CN attribute's status
+        {"odd-visible", 1},
     };
-    const Case cases[] = {
-        {"odd-integer", std::nullopt, "020105", TAVIK_ERR_VERIFY},
-        {"odd-visible", "Visible", "1A0756697369626C65", 1},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.fixture);
-        for (const char *form : {".der", ".pem"}) {
-            const CertPtr cert = loadCert(std::string(c.fixture) + form);
-            ASSERT_TRUE(cert) << form;
-        }
-        const CertPtr cert = loadCert(c.fixture);
-        const DnPtr subject(tavik_cert_getsubject(cert.get()));
-        ASSERT_EQ(tavik_cert_dn_getitemcount(subject.get()), 2);
-        const RdnPtr rdn(tavik_cert_dn_getitem(subject.get(), 1));
-        const AtvPtr cn(tavik_cert_rdn_getitem(rdn.get(), 0));
-        EXPECT_EQ(textOf(tavik_cert_attrtypeandvalue_gettype(cn.get())), "2.5.4.3");
-        EXPECT_EQ(utf8(tavik_cert_attrtypeandvalue_getstring(cn.get())), c.text);
-        EXPECT_EQ(hex(tavik_cert_attrtypeandvalue_getvalencode(cn.get())), c.encoding);
-
+    for (const auto &[fixture, cnStatus] : cases) {
+        SCOPED_TRACE(fixture);
+        ASSERT_TRUE(loadCert(std::string(fixture) + ".der"));
+        const CertPtr cert = loadCert(fixture);
+        ASSERT_TRUE(cert);
         char *text = nullptr;
         EXPECT_EQ(TavikPKICertGetCertStringAttribute(cert.get(), TAVIK_ATTR_SUBJECT_CN, &text),
-                  c.cnStatus);
+                  cnStatus);
         TavikPKICryptoFreeMemory(text);
         int64_t bits = 0;
         EXPECT_EQ(TavikPKICertGetCertIntegerAttribute(cert.get(), TAVIK_ATTR_KEY_SIZE, &bits), 1);
         EXPECT_EQ(bits, 2048);
         EXPECT_EQ(hex(tavik_cert_encode(cert.get())),
-                  hex(readFile(fixturePath(std::string(c.fixture) + ".der"))));
+                  hex(readFile(fixturePath(std::string(fixture) + ".der"))));
 
         TAVIK_CERT_st **path = nullptr;
         int count = 0;
