@@ -16,8 +16,6 @@
 namespace pkiui::test {
 namespace {
 
-const std::string kNa = kUnavailable;
-
 // An ASN1_TIME eight hours east of UTC, as 2024年03月05日 08:00:00.
 std::string shanghaiTime(const ASN1_TIME *time)
 {
@@ -30,13 +28,7 @@ std::string shanghaiTime(const ASN1_TIME *time)
     return text;
 }
 
-std::string spacedHex(const ASN1_STRING *s, int skip = 0, int length = -1)
-{
-    const int n = length < 0 ? ASN1_STRING_length(s) - skip : length;
-    return spaced(hex(ASN1_STRING_get0_data(s) + skip, static_cast<std::size_t>(n)));
-}
-
-std::string spacedHex(const BIGNUM *n)
+std::string spacedBn(const BIGNUM *n)
 {
     char *digits = n ? BN_bn2hex(n) : nullptr;
     const std::string out = spaced(digits ? digits : "");
@@ -65,7 +57,7 @@ std::map<std::string, std::string> references(const Bytes &der)
     BIGNUM *n = nullptr;
     if (const KeyPtr rsa(d2i_PublicKey(EVP_PKEY_RSA, nullptr, &k, key->length));
         rsa && EVP_PKEY_get_bn_param(rsa.get(), "n", &n))
-        refs["m"] = spacedHex(n);
+        refs["m"] = spacedBn(n);
     BN_free(n);
     const X509_ALGOR *alg = nullptr;
     int type = 0;
@@ -81,8 +73,8 @@ std::map<std::string, std::string> references(const Bytes &der)
     refs["sig"] = spacedHex(sig);
     const unsigned char *s = sig->data;
     if (ECDSA_SIG *rs = d2i_ECDSA_SIG(nullptr, &s, sig->length)) {
-        refs["r"] = spacedHex(ECDSA_SIG_get0_r(rs));
-        refs["s"] = spacedHex(ECDSA_SIG_get0_s(rs));
+        refs["r"] = spacedBn(ECDSA_SIG_get0_r(rs));
+        refs["s"] = spacedBn(ECDSA_SIG_get0_s(rs));
         ECDSA_SIG_free(rs);
     }
 

@@ -45,6 +45,17 @@ inline std::string spaced(const std::string &digits)
     return out;
 }
 
+// An OpenSSL string's bytes from skip on (all, or length of them), spaced.
+inline std::string spacedHex(const ASN1_STRING *s, int skip = 0, int length = -1)
+{
+    if (!s)
+        return "?";
+    const int n = length < 0 ? ASN1_STRING_length(s) - skip : length;
+    return spaced(hex(ASN1_STRING_get0_data(s) + skip, static_cast<std::size_t>(n)));
+}
+
+const std::string kNa = kUnavailable;
+
 // A model over one certificate, kept with the DER it was given.
 struct Loaded {
     explicit Loaded(const std::string &source) : der(fixtureDer(source))

@@ -19,12 +19,6 @@ std::string elsewhere(const std::string &name)
     return "该证书本身未发现问题，问题在“" + name + "”";
 }
 
-// "YYYY/MM/DD" of a fixture date, as the UTC zone shows it.
-std::string day(const std::string &t)
-{
-    return t.substr(0, 4) + "/" + t.substr(4, 2) + "/" + t.substr(6, 2);
-}
-
 TEST(PathReasons, EachFailingCertificateSaysWhy)
 {
     TavikPKICertStoreUseSystemAnchors(0);
@@ -45,9 +39,11 @@ TEST(PathReasons, EachFailingCertificateSaysWhy)
     } cases[] = {
         {"rsa-leaf", {kVerified, kVerified, kVerified}},
         {"expired-leaf",
-         {kVerified, kVerified, "该证书已于" + day(loadDates("expired-leaf").notAfter) + "过期"}},
+         {kVerified, kVerified,
+          "该证书已于" + slashedDay(loadDates("expired-leaf").notAfter) + "过期"}},
         {"notyet-leaf",
-         {kVerified, kVerified, "该证书要到" + day(loadDates("notyet-leaf").notBefore) + "才生效"}},
+         {kVerified, kVerified,
+          "该证书要到" + slashedDay(loadDates("notyet-leaf").notBefore) + "才生效"}},
         {"orphan-leaf", {"找不到颁发者“Vanished CA”"}},
         {"badsig-leaf",
          {elsewhere("Bad Signature Leaf"), elsewhere("Bad Signature Leaf"),
