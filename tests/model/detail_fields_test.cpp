@@ -126,6 +126,9 @@ const std::vector<ExpectedRow> kRows = {
      "Unknown Attribute(2.5.4.250) = Unknown Type\r\n"
      "Unknown Attribute(1.2.3.4.5) = HEX: 30 03 02 01 2A",
      1},
+    // Values OpenSSL's name typing refuses: an INTEGER and a VisibleString.
+    {"odd-integer", "证书主体", "CN, HEX: 02 01 05", "C = CN\r\nCN = HEX: 02 01 05", 1},
+    {"odd-visible", "证书主体", "CN, Visible", "C = CN\r\nCN = Visible", 1},
     {"rsa-leaf", "有效起始日期", "{start}", "{start}", 1},
     {"rsa-leaf", "有效终止日期", "{end}", "{end}", 1},
     {"rsa-leaf", "公钥", "RSA(2048 bits)", "公钥参数:RSA(2048 bits)" + kRsaKey, 1},

@@ -75,6 +75,9 @@ TEST_F(ViewerModels, GeneralTabVerdictAndType)
         {"badsig-leaf", kFailed, 7, false, "签名 - RSA(2048 bits)"},
         {"badtime-root", kOutOfValidity, 7, true, "签名 - RSA(2048 bits)"},
         {"v1-cert", kOk, 2, false, "未知 - RSA(2048 bits)"},
+        // Subjects OpenSSL's name typing refuses: no path, so no verdict.
+        {"odd-integer", kIncomplete, 4, false, "签名 - RSA(2048 bits)"},
+        {"odd-visible", kIncomplete, 4, false, "签名 - RSA(2048 bits)"},
     };
     for (const auto &c : cases) {
         const tavik::CertPtr cert = loadCert(c.cert);
@@ -166,6 +169,9 @@ TEST_F(ViewerModels, PathRows)
         {"nocn-inter-leaf", {root + "2"}}, // the list ends at the CA without a name
         // The root's validity cannot be read: it keeps the initial 0.
         {"badtime-leaf", {"Bad Time Root|0", "\t|- Bad Time Leaf|5"}},
+        // The list stops at a certificate whose name cannot be read.
+        {"odd-integer", {}},
+        {"odd-visible", {"Visible|4"}},
     };
     for (const auto &c : cases) {
         const tavik::CertPtr cert = loadCert(c.cert);
