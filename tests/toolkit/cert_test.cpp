@@ -1,14 +1,9 @@
 // Loading certificates and reading their attributes, on the generated
-// fixtures and, for a name and dates no fixture carries, on one certificate
-// made here with the OpenSSL API.
+// fixtures.
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
-#include <openssl/x509.h>
 
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <utility>
 #include <variant>
@@ -145,24 +140,11 @@ TEST(CertValidity, InValidityByThePinnedClockToTheSecond)
     }
 }
 
-// UTCTime from 1950, GeneralizedTime up to 9999, and an issuer without a
-// common name, shown on one line with its UTF-8 kept.
-TEST(CertValidity, MadeHereFrom1950To9999WithoutIssuerCommonName)
+// wide-dates: UTCTime from 1950, GeneralizedTime up to 9999, and an issuer
+// without a common name, shown on one line with its UTF-8 kept.
+TEST(CertValidity, From1950To9999WithoutIssuerCommonName)
 {
-    const KeyPtr key(EVP_EC_gen("P-256"));
-    const X509Ptr x(X509_new());
-    ASSERT_TRUE(key && x);
-    const std::pair<const char *, const char *> issuer[] = {
-        {"C", "CN"}, {"O", "北京测试"}, {"OU", "Unit"}};
-    for (const auto &[field, value] : issuer)
-        X509_NAME_add_entry_by_txt(X509_get_issuer_name(x.get()), field, MBSTRING_UTF8,
-                                   reinterpret_cast<const unsigned char *>(value), -1, -1, 0);
-    X509_NAME_add_entry_by_txt(X509_get_subject_name(x.get()), "CN", MBSTRING_UTF8,
-                               reinterpret_cast<const unsigned char *>("Long"), -1, -1, 0);
-    ASSERT_TRUE(ASN1_TIME_set_string(X509_getm_notBefore(x.get()), "500101000000Z") &&
-                ASN1_TIME_set_string(X509_getm_notAfter(x.get()), "99991231235959Z") &&
-                X509_set_pubkey(x.get(), key.get()) && X509_sign(x.get(), key.get(), EVP_sha256()));
-    const CertPtr cert = handleOf(x.get());
+    const CertPtr cert = loadCert("wide-dates");
     ASSERT_TRUE(cert);
     EXPECT_EQ(attribute(cert.get(), TAVIK_ATTR_ISSUER_NAME),
               Value("C = CN, O = 北京测试, OU = Unit"));
