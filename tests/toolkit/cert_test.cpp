@@ -112,6 +112,7 @@ TEST(CertAttributes, TextAndIntegerCodes)
         {"sm2-self.der", TAVIK_ATTR_SUBJECT_CN, "测试SM2证书"},
         {"rsa-leaf.pem", 17, {}},
         {"rsa-leaf.pem", TAVIK_ATTR_KEY_USAGE, 1 | 2}, // digitalSignature, nonRepudiation
+        {"ext-std.pem", TAVIK_ATTR_KEY_USAGE, 0x19F},  // bits 0 to 4, 7 and 8
         {"rsa-leaf.pem", TAVIK_ATTR_CURVE, {}},
         {"rsa-leaf.pem", TAVIK_ATTR_IN_VALIDITY, 1}, // by the real clock
         {"ec-leaf.pem", TAVIK_ATTR_CURVE, TAVIK_CURVE_P256},
