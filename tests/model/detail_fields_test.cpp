@@ -140,6 +140,7 @@ const std::vector<ExpectedRow> kRows = {
     {"ec-leaf", "公钥", "ECC(256 bits)",
      "公钥参数:ECC(256 bits)\r\n椭圆参数:prime256v1\r\n" + kPoint, 1},
     {"ec-explicit", "公钥", "ECC(256 bits)", "公钥参数:ECC(256 bits)" + kPoint, 1},
+    {"sm2-self", "公钥", "ECC(256 bits)", "公钥参数:ECC(256 bits)\r\n椭圆参数:SM2\r\n" + kPoint, 1},
     {"rsa-leaf", "签名值", "{sig}", "{sig}", 1},
     {"sm2-self", "签名值", "{sig}", "{sig}\r\n\r\nr:\r\n{r}\r\ns:\r\n{s}\r\n", 1},
     {"rsa-leaf", "缩略图", "MD5,SHA1,SHA256,SHA512",
