@@ -1,5 +1,6 @@
-// The general tab's texts and the certification path rows and their reasons,
-// over the generated chains in a store holding only the test anchors.
+// The general tab's texts, the certification path rows and their reasons,
+// over the generated chains in a store holding only the test anchors, and
+// the time a path is verified at.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include "pkiui/cert_status.hpp"
 #include "pkiui/path_model.hpp"
 #include "pkiui/routine_model.hpp"
+#include "pkiui/verify_time.hpp"
 
 namespace pkiui::test {
 namespace {
@@ -258,6 +260,38 @@ TEST_F(ViewerModels, PathReasons)
         // The status field follows the row the selection callback reports.
         EXPECT_EQ(model.reasonOf(nullptr), c.reasons.back()) << c.cert;
         EXPECT_EQ(model.reasonOf(model.certPaths().front().cert), c.reasons.front()) << c.cert;
+    }
+}
+
+// verifyTime: the earliest end of validity of a path whose periods overlap.
+TEST(VerifyTime, EarliestEndWhenPeriodsOverlap)
+{
+    const struct {
+        std::vector<std::string> path;
+        const char *cert;
+        const char *expectedFrom; // fixture whose notAfter is chosen; null: no time
+    } cases[] = {
+        {{"rsa-root"}, "rsa-root", "rsa-root"},
+        {{"rsa-root", "rsa-inter", "rsa-leaf"}, "rsa-leaf", "rsa-leaf"},
+        {{"rsa-root", "tie-b"}, "tie-a", "tie-b"},              // an equal end in the path counts
+        {{"late-ca", "expired-leaf"}, "expired-leaf", nullptr}, // the CA starts after the leaf ends
+        {{"rsa-root"}, "rsa-leaf", nullptr}, // no end at or before the certificate's
+        {{}, "rsa-leaf", nullptr},           // no path
+    };
+    for (const auto &c : cases) {
+        std::vector<tavik::CertPtr> owned;
+        std::vector<TAVIK_CERT_st *> path;
+        for (const auto &name : c.path) {
+            owned.push_back(loadCert(name));
+            ASSERT_TRUE(owned.back()) << name;
+            path.push_back(owned.back().get());
+        }
+        const tavik::CertPtr cert = loadCert(c.cert);
+        ASSERT_TRUE(cert) << c.cert;
+        const auto time = verifyTime(path.data(), static_cast<int>(path.size()), cert.get());
+        EXPECT_EQ(time.value_or("(none)"),
+                  c.expectedFrom ? loadDates(c.expectedFrom).notAfter : "(none)")
+            << c.cert;
     }
 }
 
