@@ -27,7 +27,9 @@ std::optional<std::u32string> codePoints(tavik_ustring *owned)
     return out;
 }
 
-const Bytes kPlainName = tlv(0x30, tlv(0x31, tlv(0x30, oidDer("2.5.4.3") + tlv(0x0C, str("n")))));
+// CN=n, for certificates whose subject does not matter.
+const Bytes kPlainName =
+    tlv(0x30, tlv(0x31, tlv(0x30, Bytes{0x06, 0x03, 0x55, 0x04, 0x03} + tlv(0x0C, str("n")))));
 
 CertPtr sanCert(const Bytes &names)
 {
@@ -96,9 +98,9 @@ TEST(Dn, AttributeValuesConvertToCodePointsOrGiveNoString)
         {"BIT STRING", tlv(0x03, {0x03, 0xA8}), std::nullopt},
         {"SEQUENCE", tlv(0x30, tlv(0x0C, str("x"))), std::nullopt},
     };
-    Bytes rdns;
+    Bytes rdns; // each value as attribute 2.5.4.99
     for (const auto &row : rows)
-        rdns = rdns + tlv(0x31, tlv(0x30, oidDer("2.5.4.99") + row.value));
+        rdns = rdns + tlv(0x31, tlv(0x30, Bytes{0x06, 0x03, 0x55, 0x04, 0x63} + row.value));
     const CertPtr cert = certWith(tlv(0x30, rdns));
     ASSERT_TRUE(cert);
     const DnPtr dn(tavik_cert_getsubject(cert.get()));

@@ -118,16 +118,6 @@ inline Bytes str(const std::string &s)
     return Bytes(s.begin(), s.end());
 }
 
-inline Bytes oidDer(const char *oid)
-{
-    const ObjPtr obj(OBJ_txt2obj(oid, 1));
-    unsigned char *der = nullptr;
-    const int n = obj ? i2d_ASN1_OBJECT(obj.get(), &der) : -1;
-    const Bytes out = n > 0 ? Bytes(der, der + n) : Bytes{};
-    OPENSSL_free(der);
-    return out;
-}
-
 // ---- Certificates ----
 
 // OpenSSL's decoding of a fixture, the reference the toolkit is compared with.
