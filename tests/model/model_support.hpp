@@ -1,5 +1,5 @@
 // What the model tests share: a fixture's DER loaded into a model, its rows by
-// name, and the readers of tests/toolkit.
+// name, on top of the readers and certificate makers of reference.hpp.
 #pragma once
 
 #include <algorithm>
@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "../toolkit/reference.hpp"
 #include "pkiui/detail_model.hpp"
+#include "reference.hpp"
 
 namespace pkiui::test {
 
