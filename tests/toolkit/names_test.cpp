@@ -179,30 +179,12 @@ TEST(GeneralName, ExtNamesEdiPartyAndItemEncodings)
               hex(tavik_cert_ext_getvalue(findExt(cert.get(), "2.5.29.17").get())));
 }
 
-TEST(GeneralName, Ipv6IsCompressedAfterRfc5952)
+// A SAN IPv6 address from its text.
+Bytes ip6(const char *text)
 {
-    const std::pair<const char *, const char *> rows[] = {
-        {"::1", "::1"},
-        {"::", "::"},
-        {"1::", "1::"},
-        {"1:0:0:1:0:0:0:1", "1:0:0:1::1"},
-        {"2001:db8:0:0:1:0:0:1", "2001:db8::1:0:0:1"},
-        {"2001:db8:0:1:1:1:1:1", "2001:db8:0:1:1:1:1:1"},
-        {"fe80:0:0:0:204:61ff:fe9d:f156", "fe80::204:61ff:fe9d:f156"},
-        {"1:2:3:4:5:6:7:0", "1:2:3:4:5:6:7:0"},
-        {"0:0:0:0:0:ffff:c000:280", "::ffff:192.0.2.128"}, // IPv4-mapped
-    };
-    Bytes all;
-    for (const auto &[input, expected] : rows) {
-        unsigned char address[16];
-        ASSERT_EQ(inet_pton(AF_INET6, input, address), 1) << input;
-        all = all + tlv(0x87, Bytes(address, address + 16));
-    }
-    const auto names = items(altNames(sanCert(all)));
-    ASSERT_EQ(names.size(), std::size(rows));
-    for (std::size_t i = 0; i < names.size(); ++i)
-        EXPECT_EQ(textOf(tavik_cert_generalname_getip(names[i].get())), rows[i].second)
-            << rows[i].first;
+    unsigned char address[16] = {};
+    EXPECT_EQ(inet_pton(AF_INET6, text, address), 1) << text;
+    return tlv(0x87, Bytes(address, address + 16));
 }
 
 Bytes ediParty(std::optional<Bytes> assigner, const Bytes &party)
@@ -212,8 +194,8 @@ Bytes ediParty(std::optional<Bytes> assigner, const Bytes &party)
 
 // Forms no fixture carries. EDIPartyName strings are DirectoryStrings
 // decoded without OpenSSL's name canonicalisation, so surrogate pairs and
-// malformed text reach the toolkit; NUL is never shown; an address outside a name constraint has
-// no mask, and 5 bytes are no address.
+// malformed text reach the toolkit; NUL is never shown; an address outside a
+// name constraint has no mask, 5 bytes are no address, and IPv6 is compressed.
 TEST(GeneralName, HandMadeFormsConvertOrAreRefused)
 {
     const std::pair<Bytes, std::string> rows[] = {
@@ -233,6 +215,16 @@ TEST(GeneralName, HandMadeFormsConvertOrAreRefused)
         {tlv(0x86, {0x61, 0x00}), "6"},
         {tlv(0x87, {10, 0, 0, 0, 255, 0, 0, 0}), "7"},
         {tlv(0x87, {10, 0, 0, 0, 1}), "7"},
+        // IPv6 text after RFC 5952, and the IPv4-mapped form.
+        {ip6("::1"), "7 ip=::1"},
+        {ip6("::"), "7 ip=::"},
+        {ip6("1::"), "7 ip=1::"},
+        {ip6("1:0:0:1:0:0:0:1"), "7 ip=1:0:0:1::1"},
+        {ip6("2001:db8:0:0:1:0:0:1"), "7 ip=2001:db8::1:0:0:1"},
+        {ip6("2001:db8:0:1:1:1:1:1"), "7 ip=2001:db8:0:1:1:1:1:1"},
+        {ip6("fe80:0:0:0:204:61ff:fe9d:f156"), "7 ip=fe80::204:61ff:fe9d:f156"},
+        {ip6("1:2:3:4:5:6:7:0"), "7 ip=1:2:3:4:5:6:7:0"},
+        {ip6("0:0:0:0:0:ffff:c000:280"), "7 ip=::ffff:192.0.2.128"},
     };
     for (const auto &[der, expected] : rows)
         EXPECT_EQ(describeAll(altNames(sanCert(der))), std::vector{expected}) << hex(der);
