@@ -16,8 +16,6 @@
 namespace pkiui::test {
 namespace {
 
-const std::string kNa = kUnavailable;
-
 // An ASN1_TIME eight hours east of UTC, as 2024年03月05日 08:00:00.
 std::string shanghaiTime(const ASN1_TIME *time)
 {
@@ -30,13 +28,7 @@ std::string shanghaiTime(const ASN1_TIME *time)
     return text;
 }
 
-std::string spacedHex(const ASN1_STRING *s, int skip = 0, int length = -1)
-{
-    const int n = length < 0 ? ASN1_STRING_length(s) - skip : length;
-    return spaced(hex(ASN1_STRING_get0_data(s) + skip, static_cast<std::size_t>(n)));
-}
-
-std::string spacedHex(const BIGNUM *n)
+std::string spacedBn(const BIGNUM *n)
 {
     char *digits = n ? BN_bn2hex(n) : nullptr;
     const std::string out = spaced(digits ? digits : "");
@@ -65,7 +57,7 @@ std::map<std::string, std::string> references(const Bytes &der)
     BIGNUM *n = nullptr;
     if (const KeyPtr rsa(d2i_PublicKey(EVP_PKEY_RSA, nullptr, &k, key->length));
         rsa && EVP_PKEY_get_bn_param(rsa.get(), "n", &n))
-        refs["m"] = spacedHex(n);
+        refs["m"] = spacedBn(n);
     BN_free(n);
     const X509_ALGOR *alg = nullptr;
     int type = 0;
@@ -81,8 +73,8 @@ std::map<std::string, std::string> references(const Bytes &der)
     refs["sig"] = spacedHex(sig);
     const unsigned char *s = sig->data;
     if (ECDSA_SIG *rs = d2i_ECDSA_SIG(nullptr, &s, sig->length)) {
-        refs["r"] = spacedHex(ECDSA_SIG_get0_r(rs));
-        refs["s"] = spacedHex(ECDSA_SIG_get0_s(rs));
+        refs["r"] = spacedBn(ECDSA_SIG_get0_r(rs));
+        refs["s"] = spacedBn(ECDSA_SIG_get0_s(rs));
         ECDSA_SIG_free(rs);
     }
 
@@ -134,6 +126,9 @@ const std::vector<ExpectedRow> kRows = {
      "Unknown Attribute(2.5.4.250) = Unknown Type\r\n"
      "Unknown Attribute(1.2.3.4.5) = HEX: 30 03 02 01 2A",
      1},
+    // Values OpenSSL's name typing refuses: an INTEGER and a VisibleString.
+    {"odd-integer", "证书主体", "CN, HEX: 02 01 05", "C = CN\r\nCN = HEX: 02 01 05", 1},
+    {"odd-visible", "证书主体", "CN, Visible", "C = CN\r\nCN = Visible", 1},
     {"rsa-leaf", "有效起始日期", "{start}", "{start}", 1},
     {"rsa-leaf", "有效终止日期", "{end}", "{end}", 1},
     {"rsa-leaf", "公钥", "RSA(2048 bits)", "公钥参数:RSA(2048 bits)" + kRsaKey, 1},
@@ -145,6 +140,7 @@ const std::vector<ExpectedRow> kRows = {
     {"ec-leaf", "公钥", "ECC(256 bits)",
      "公钥参数:ECC(256 bits)\r\n椭圆参数:prime256v1\r\n" + kPoint, 1},
     {"ec-explicit", "公钥", "ECC(256 bits)", "公钥参数:ECC(256 bits)" + kPoint, 1},
+    {"sm2-self", "公钥", "ECC(256 bits)", "公钥参数:ECC(256 bits)\r\n椭圆参数:SM2\r\n" + kPoint, 1},
     {"rsa-leaf", "签名值", "{sig}", "{sig}", 1},
     {"sm2-self", "签名值", "{sig}", "{sig}\r\n\r\nr:\r\n{r}\r\ns:\r\n{s}\r\n", 1},
     {"rsa-leaf", "缩略图", "MD5,SHA1,SHA256,SHA512",

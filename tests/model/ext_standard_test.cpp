@@ -10,16 +10,7 @@ namespace {
 
 using Model = ShowCertDetailDlgModel;
 
-const std::string kNa = kUnavailable;
-
 // A fixture's key identifier or serial as OpenSSL decodes it, as "A1 C0 ...".
-std::string spacedHex(const ASN1_STRING *s)
-{
-    return s ? spaced(
-                   hex(ASN1_STRING_get0_data(s), static_cast<std::size_t>(ASN1_STRING_length(s))))
-             : "?";
-}
-
 std::string skidOf(const std::string &fixture)
 {
     return spacedHex(X509_get0_subject_key_id(opensslCert(fixture).get()));

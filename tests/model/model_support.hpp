@@ -1,5 +1,5 @@
 // What the model tests share: a fixture's DER loaded into a model, its rows by
-// name, and the readers of tests/toolkit.
+// name, on top of the readers and certificate makers of reference.hpp.
 #pragma once
 
 #include <algorithm>
@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "../toolkit/reference.hpp"
 #include "pkiui/detail_model.hpp"
+#include "reference.hpp"
 
 namespace pkiui::test {
 
@@ -44,6 +44,17 @@ inline std::string spaced(const std::string &digits)
         out += (i ? " " : "") + digits.substr(i, 2);
     return out;
 }
+
+// An OpenSSL string's bytes from skip on (all, or length of them), spaced.
+inline std::string spacedHex(const ASN1_STRING *s, int skip = 0, int length = -1)
+{
+    if (!s)
+        return "?";
+    const int n = length < 0 ? ASN1_STRING_length(s) - skip : length;
+    return spaced(hex(ASN1_STRING_get0_data(s) + skip, static_cast<std::size_t>(n)));
+}
+
+const std::string kNa = kUnavailable;
 
 // A model over one certificate, kept with the DER it was given.
 struct Loaded {

@@ -1,5 +1,6 @@
-// The general tab's texts and the certification path rows, over the
-// generated chains in a store holding only the test anchors.
+// The general tab's texts, the certification path rows and their reasons,
+// over the generated chains in a store holding only the test anchors, and
+// the time a path is verified at.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include "pkiui/cert_status.hpp"
 #include "pkiui/path_model.hpp"
 #include "pkiui/routine_model.hpp"
+#include "pkiui/verify_time.hpp"
 
 namespace pkiui::test {
 namespace {
@@ -28,7 +30,8 @@ class ViewerModels : public ::testing::Test {
         TavikPKICertStoreUseSystemAnchors(0);
         TavikPKICertStoreClear();
         ASSERT_EQ(TavikPKICertStoreAddTrustedFile(fixturePath("rsa-root.pem").c_str()), 1);
-        for (const char *name : {"rsa-inter", "other-root", "nocn-inter", "badtime-root"})
+        for (const char *name :
+             {"rsa-inter", "other-root", "nocn-inter", "badtime-root", "noca-inter", "deep-ca"})
             ASSERT_EQ(TavikPKICertStoreAddIntermediateFile(
                           fixturePath(name + std::string(".pem")).c_str()),
                       1);
@@ -75,6 +78,9 @@ TEST_F(ViewerModels, GeneralTabVerdictAndType)
         {"badsig-leaf", kFailed, 7, false, "签名 - RSA(2048 bits)"},
         {"badtime-root", kOutOfValidity, 7, true, "签名 - RSA(2048 bits)"},
         {"v1-cert", kOk, 2, false, "未知 - RSA(2048 bits)"},
+        // Subjects OpenSSL's name typing refuses: no path, so no verdict.
+        {"odd-integer", kIncomplete, 4, false, "签名 - RSA(2048 bits)"},
+        {"odd-visible", kIncomplete, 4, false, "签名 - RSA(2048 bits)"},
     };
     for (const auto &c : cases) {
         const tavik::CertPtr cert = loadCert(c.cert);
@@ -90,12 +96,6 @@ TEST_F(ViewerModels, GeneralTabVerdictAndType)
     }
 }
 
-// "YYYY/MM/DD" of a YYYYMMDDHHMMSSZ text.
-std::string slashed(const std::string &t)
-{
-    return t.substr(0, 4) + "/" + t.substr(4, 2) + "/" + t.substr(6, 2);
-}
-
 TEST_F(ViewerModels, GeneralTabNamesAndValidity)
 {
     const ScopedTimeZone zone("Asia/Shanghai");
@@ -105,10 +105,10 @@ TEST_F(ViewerModels, GeneralTabNamesAndValidity)
         std::string subject, issuer, validity;
     } cases[] = {
         {"rsa-leaf", "Leaf RSA", "Tavik Test Intermediate CA",
-         slashed(leaf.notBefore) + " 到 " + slashed(leaf.notAfter)},
+         slashedDay(leaf.notBefore) + " 到 " + slashedDay(leaf.notAfter)},
         {"nocn-leaf", "", "Tavik Test Intermediate CA",
-         slashed(loadDates("nocn-leaf").notBefore) + " 到 " +
-             slashed(loadDates("nocn-leaf").notAfter)},
+         slashedDay(loadDates("nocn-leaf").notBefore) + " 到 " +
+             slashedDay(loadDates("nocn-leaf").notAfter)},
         {"badtime-root", "Bad Time Root", "Bad Time Root", " 到 "},
     };
     for (const auto &c : cases) {
@@ -121,22 +121,28 @@ TEST_F(ViewerModels, GeneralTabNamesAndValidity)
     }
 }
 
+// The local date, in whatever zone TZ names now: each case changes it
+// without tzset().
 TEST(GeneralTab, DateInTheLocalZone)
 {
+    const ScopedTimeZone restore("UTC");
     const struct {
         const char *zone;
-        int year, month, day, hour;
+        int year, month, day, hour, minute;
         const char *text;
     } cases[] = {
-        {"UTC", 2024, 3, 5, 20, "2024/03/05"},
-        {"Asia/Shanghai", 2024, 3, 5, 20, "2024/03/06"},
-        {"America/New_York", 2024, 3, 5, 3, "2024/03/04"},
-        {"Asia/Shanghai", 9999, 12, 31, 20, "9999/12/31 UTC"}, // no local year 10000
+        {"UTC", 2024, 3, 5, 20, 0, "2024/03/05"},
+        {"Asia/Shanghai", 2024, 3, 5, 20, 0, "2024/03/06"},
+        {"America/New_York", 2024, 3, 5, 3, 0, "2024/03/04"},
+        {"America/New_York", 2024, 7, 1, 4, 30, "2024/07/01"}, // summer time
+        {"Asia/Shanghai", 2100, 2, 28, 16, 0, "2100/03/01"},   // past 2038, no 29th
+        {"UTC", 1950, 1, 1, 0, 0, "1950/01/01"},
+        {"Asia/Shanghai", 9999, 12, 31, 20, 0, "9999/12/31 UTC"}, // no local year 10000
     };
     for (const auto &c : cases) {
-        const ScopedTimeZone zone(c.zone);
-        const tavik::TimePtr time(tavik_time_new(c.year, c.month, c.day, c.hour, 0, 0));
-        EXPECT_EQ(ShowCertRoutineDlgModel::FormatTime(time.get()), c.text) << c.zone;
+        setenv("TZ", c.zone, 1);
+        const tavik::TimePtr time(tavik_time_new(c.year, c.month, c.day, c.hour, c.minute, 0));
+        EXPECT_EQ(ShowCertRoutineDlgModel::FormatTime(time.get()), c.text) << c.zone << c.year;
     }
 }
 
@@ -166,6 +172,9 @@ TEST_F(ViewerModels, PathRows)
         {"nocn-inter-leaf", {root + "2"}}, // the list ends at the CA without a name
         // The root's validity cannot be read: it keeps the initial 0.
         {"badtime-leaf", {"Bad Time Root|0", "\t|- Bad Time Leaf|5"}},
+        // The list stops at a certificate whose name cannot be read.
+        {"odd-integer", {}},
+        {"odd-visible", {"Visible|4"}},
     };
     for (const auto &c : cases) {
         const tavik::CertPtr cert = loadCert(c.cert);
@@ -202,6 +211,88 @@ TEST_F(ViewerModels, PathSelection)
     EXPECT_EQ(calls, (std::vector<std::string>{
                          "null|" + kOutOfValidity, "Tavik Test Root CA|" + kOk,
                          "Tavik Test Intermediate CA|" + kOk, "null|" + kOutOfValidity}));
+}
+
+const std::string kVerified = "该证书验证通过";
+
+// A certificate without a problem of its own on a path that fails at name.
+std::string elsewhere(const std::string &name)
+{
+    return "该证书本身未发现问题，问题在“" + name + "”";
+}
+
+TEST_F(ViewerModels, PathReasons)
+{
+    const ScopedTimeZone zone("UTC");
+
+    const std::string inter = "Tavik Test Intermediate CA";
+    const struct {
+        const char *cert;
+        std::vector<std::string> reasons; // root first
+    } cases[] = {
+        {"rsa-leaf", {kVerified, kVerified, kVerified}},
+        {"expired-leaf",
+         {kVerified, kVerified,
+          "该证书已于" + slashedDay(loadDates("expired-leaf").notAfter) + "过期"}},
+        {"notyet-leaf",
+         {kVerified, kVerified,
+          "该证书要到" + slashedDay(loadDates("notyet-leaf").notBefore) + "才生效"}},
+        {"orphan-leaf", {"找不到颁发者“Vanished CA”"}},
+        {"badsig-leaf",
+         {elsewhere("Bad Signature Leaf"), elsewhere("Bad Signature Leaf"),
+          "该证书的签名不能用颁发者“" + inter + "”的公钥验证"}},
+        {"other-leaf", {"根证书“Other Test Root”不受信任", elsewhere("Other Test Root")}},
+        {"noca-leaf",
+         {elsewhere("No CA Flag Inter"), "“No CA Flag Inter”不是CA证书（没有CA标志），不能签发证书",
+          elsewhere("No CA Flag Inter")}},
+        {"deep-leaf",
+         {elsewhere(inter), "超出了“" + inter + "”允许的证书路径长度", elsewhere(inter),
+          elsewhere(inter)}},
+    };
+    for (const auto &c : cases) {
+        const tavik::CertPtr cert = loadCert(c.cert);
+        ShowCertPathDlgModel model;
+        ASSERT_EQ(model.setCertHandle(cert.get()), 1) << c.cert;
+        std::vector<std::string> reasons;
+        for (const CertInfoModel &row : model.certPaths())
+            reasons.push_back(row.reason);
+        EXPECT_EQ(reasons, c.reasons) << c.cert;
+        // The status field follows the row the selection callback reports.
+        EXPECT_EQ(model.reasonOf(nullptr), c.reasons.back()) << c.cert;
+        EXPECT_EQ(model.reasonOf(model.certPaths().front().cert), c.reasons.front()) << c.cert;
+    }
+}
+
+// verifyTime: the earliest end of validity of a path whose periods overlap.
+TEST(VerifyTime, EarliestEndWhenPeriodsOverlap)
+{
+    const struct {
+        std::vector<std::string> path;
+        const char *cert;
+        const char *expectedFrom; // fixture whose notAfter is chosen; null: no time
+    } cases[] = {
+        {{"rsa-root"}, "rsa-root", "rsa-root"},
+        {{"rsa-root", "rsa-inter", "rsa-leaf"}, "rsa-leaf", "rsa-leaf"},
+        {{"rsa-root", "tie-b"}, "tie-a", "tie-b"},              // an equal end in the path counts
+        {{"late-ca", "expired-leaf"}, "expired-leaf", nullptr}, // the CA starts after the leaf ends
+        {{"rsa-root"}, "rsa-leaf", nullptr}, // no end at or before the certificate's
+        {{}, "rsa-leaf", nullptr},           // no path
+    };
+    for (const auto &c : cases) {
+        std::vector<tavik::CertPtr> owned;
+        std::vector<TAVIK_CERT_st *> path;
+        for (const auto &name : c.path) {
+            owned.push_back(loadCert(name));
+            ASSERT_TRUE(owned.back()) << name;
+            path.push_back(owned.back().get());
+        }
+        const tavik::CertPtr cert = loadCert(c.cert);
+        ASSERT_TRUE(cert) << c.cert;
+        const auto time = verifyTime(path.data(), static_cast<int>(path.size()), cert.get());
+        EXPECT_EQ(time.value_or("(none)"),
+                  c.expectedFrom ? loadDates(c.expectedFrom).notAfter : "(none)")
+            << c.cert;
+    }
 }
 
 } // namespace

@@ -101,6 +101,12 @@ inline Dates loadDates(const std::string &name)
     return d;
 }
 
+// "YYYY/MM/DD" of a YYYYMMDDHHMMSSZ text, as the viewer shows a day.
+inline std::string slashedDay(const std::string &t)
+{
+    return t.substr(0, 4) + "/" + t.substr(4, 2) + "/" + t.substr(6, 2);
+}
+
 // YYYYMMDDHHMMSSZ to seconds since the epoch, and back.
 inline std::int64_t epochOf(const std::string &text)
 {

@@ -67,11 +67,10 @@ TEST(AlgorithmId, SignatureAlgorithmIsTheSignedBodysField)
     EXPECT_EQ(oidOf(tavik_cert_getsignalgorithm(cert.get())), "1.2.840.10045.4.3.3");
 }
 
-// The RSA and DSA numbers, ec-leaf's and ec-explicit's curves and points,
-// versions, serials and unique identifiers are pinned by the detail model's
-// tables; here an SM2 point against OpenSSL, its format byte and compressed
-// form, and a buffer too short.
-TEST(Keys, Sm2PointAndCurve)
+// The RSA and DSA numbers, the curves, bits and points of the EC and SM2
+// keys, versions, serials and unique identifiers are pinned by the detail
+// model's tables; here an SM2 point's compressed form and a buffer too short.
+TEST(Keys, Sm2PointCompressedAndShortBuffer)
 {
     const CertPtr handle = loadCert("sm2-self");
     const PubKeyPtr key(tavik_cert_getpubkey(handle.get()));
@@ -81,22 +80,10 @@ TEST(Keys, Sm2PointAndCurve)
     ASSERT_TRUE(point && domain);
     EXPECT_FALSE(RsaKeyPtr(tavik_cert_pubkey_torsapubkey(key.get())));
 
-    const X509Ptr reference = opensslCert("sm2-self");
-    EXPECT_STREQ(TextPtr(tavik_ecc_domainparameters_getname(domain.get())).get(), "SM2");
-    const int bits = tavik_ecc_domainparameters_getbits(domain.get());
-    EXPECT_EQ(bits, EVP_PKEY_get_bits(X509_get0_pubkey(reference.get())));
-
-    const std::size_t size = 2 * ((static_cast<std::size_t>(bits) + 7) / 8) + 1;
+    const std::size_t size = 65; // 04 || X || Y, 32 bytes each
     Bytes full(size), compressed(size);
     std::size_t length = size, compressedLength = size, tooShort = size - 1;
     ASSERT_EQ(tavik_ecc_encode_point(domain.get(), point.get(), 0, full.data(), &length), 1);
-    unsigned char pub[256];
-    std::size_t pubLength = 0;
-    ASSERT_EQ(EVP_PKEY_get_octet_string_param(X509_get0_pubkey(reference.get()), "pub", pub,
-                                              sizeof pub, &pubLength),
-              1);
-    EXPECT_EQ(hex(full), hex(pub, pubLength));
-    EXPECT_EQ(length, size);
     ASSERT_EQ(
         tavik_ecc_encode_point(domain.get(), point.get(), 1, compressed.data(), &compressedLength),
         1);

@@ -27,7 +27,9 @@ std::optional<std::u32string> codePoints(tavik_ustring *owned)
     return out;
 }
 
-const Bytes kPlainName = tlv(0x30, tlv(0x31, tlv(0x30, oidDer("2.5.4.3") + tlv(0x0C, str("n")))));
+// CN=n, for certificates whose subject does not matter.
+const Bytes kPlainName =
+    tlv(0x30, tlv(0x31, tlv(0x30, Bytes{0x06, 0x03, 0x55, 0x04, 0x03} + tlv(0x0C, str("n")))));
 
 CertPtr sanCert(const Bytes &names)
 {
@@ -49,54 +51,22 @@ std::vector<GeneralNamePtr> items(const GeneralNamesPtr &names)
 
 // ---- Distinguished names ----
 
-// dn-all: every attribute type, a value with " = ", a multi-valued RDN, an
-// unknown type and a value that is no string, in stored order: per attribute
-// its RDN, type and text (or, with no text, its DER), as OpenSSL decodes them.
-TEST(Dn, WalkInStoredOrderMatchesOpenssl)
+// dn-all's attributes, in order, are pinned by the detail model's subject
+// row, which cannot tell a multi-valued RDN from two RDNs: the walk keeps
+// CN=Multi+OU=Valued as one RDN of two.
+TEST(Dn, MultiValuedRdnIsOneItemAndAnEmptyNameHasNone)
 {
-    for (const char *name : {"rsa-leaf", "dn-all"}) {
-        const X509Ptr x509 = opensslCert(name);
-        const CertPtr cert = loadCert(name);
-        for (const bool subject : {true, false}) {
-            SCOPED_TRACE(std::string(name) + (subject ? " subject" : " issuer"));
-            const X509_NAME *reference =
-                subject ? X509_get_subject_name(x509.get()) : X509_get_issuer_name(x509.get());
-            std::vector<std::string> expected, got;
-            for (int i = 0; i < X509_NAME_entry_count(reference); ++i) {
-                const X509_NAME_ENTRY *entry = X509_NAME_get_entry(reference, i);
-                const ASN1_STRING *value = X509_NAME_ENTRY_get_data(entry);
-                unsigned char *text = nullptr;
-                const int length = ASN1_STRING_type(value) == V_ASN1_SEQUENCE
-                                       ? -1
-                                       : ASN1_STRING_to_UTF8(&text, value);
-                const std::unique_ptr<unsigned char, Free<opensslFree>> owned(text);
-                char oid[128];
-                OBJ_obj2txt(oid, sizeof oid, X509_NAME_ENTRY_get_object(entry), 1);
-                expected.push_back(
-                    std::to_string(X509_NAME_ENTRY_set(entry)) + " " + oid + " " +
-                    (length >= 0 ? std::string(reinterpret_cast<char *>(text),
-                                               static_cast<std::size_t>(length))
-                                 : "#" + hex(ASN1_STRING_get0_data(value),
-                                             static_cast<std::size_t>(ASN1_STRING_length(value)))));
-            }
-            const DnPtr dn(subject ? tavik_cert_getsubject(cert.get())
-                                   : tavik_cert_getissuer(cert.get()));
-            const int count = tavik_cert_dn_getitemcount(dn.get());
-            for (int i = 0; i < count; ++i) {
-                const RdnPtr rdn(tavik_cert_dn_getitem(dn.get(), i));
-                for (int k = 0; k < tavik_cert_rdn_getitemcount(rdn.get()); ++k) {
-                    const AtvPtr atv(tavik_cert_rdn_getitem(rdn.get(), k));
-                    got.push_back(std::to_string(i) + " " +
-                                  textOf(tavik_cert_attrtypeandvalue_gettype(atv.get())) + " " +
-                                  utf8(tavik_cert_attrtypeandvalue_getstring(atv.get()))
-                                      .value_or("#" + hex(tavik_cert_attrtypeandvalue_getvalencode(
-                                                          atv.get()))));
-                }
-            }
-            EXPECT_EQ(got, expected);
-            EXPECT_FALSE(RdnPtr(tavik_cert_dn_getitem(dn.get(), count)));
-        }
-    }
+    const CertPtr cert = loadCert("dn-all");
+    const DnPtr dn(tavik_cert_getsubject(cert.get()));
+    const int count = tavik_cert_dn_getitemcount(dn.get());
+    std::vector<int> sizes;
+    for (int i = 0; i < count; ++i)
+        sizes.push_back(
+            tavik_cert_rdn_getitemcount(RdnPtr(tavik_cert_dn_getitem(dn.get(), i)).get()));
+    std::vector<int> expected(19, 1);
+    expected[16] = 2;
+    EXPECT_EQ(sizes, expected);
+    EXPECT_FALSE(RdnPtr(tavik_cert_dn_getitem(dn.get(), count)));
     const CertPtr empty = certWith(tlv(0x30, {}));
     const DnPtr none(tavik_cert_getsubject(empty.get()));
     ASSERT_TRUE(none);
@@ -128,9 +98,9 @@ TEST(Dn, AttributeValuesConvertToCodePointsOrGiveNoString)
         {"BIT STRING", tlv(0x03, {0x03, 0xA8}), std::nullopt},
         {"SEQUENCE", tlv(0x30, tlv(0x0C, str("x"))), std::nullopt},
     };
-    Bytes rdns;
+    Bytes rdns; // each value as attribute 2.5.4.99
     for (const auto &row : rows)
-        rdns = rdns + tlv(0x31, tlv(0x30, oidDer("2.5.4.99") + row.value));
+        rdns = rdns + tlv(0x31, tlv(0x30, Bytes{0x06, 0x03, 0x55, 0x04, 0x63} + row.value));
     const CertPtr cert = certWith(tlv(0x30, rdns));
     ASSERT_TRUE(cert);
     const DnPtr dn(tavik_cert_getsubject(cert.get()));
@@ -148,17 +118,13 @@ TEST(Dn, AttributeValuesConvertToCodePointsOrGiveNoString)
 // ---- Unicode strings ----
 
 // Which bytes are UTF-8 is the ASN.1 reader's table: one decoder serves both.
-TEST(UString, Utf8InAndOutButNoNulAndNoOtherCharset)
+// The fuzz replay checks that no charset but UTF-8 is written.
+TEST(UString, Utf8InAndOutButNoNul)
 {
     const std::string four = "\xF0\x9F\x98\x80";
     EXPECT_EQ(codePoints(tavik_ustring_newutf8(four.data(), four.size())), U"\U0001F600");
     EXPECT_EQ(utf8(tavik_ustring_newutf8(four.data(), four.size())), four);
     EXPECT_EQ(codePoints(tavik_ustring_newutf8("a\0b", 3)), std::nullopt);
-    const UStringPtr s(tavik_ustring_newutf8("ab", 2));
-    char *out = nullptr;
-    std::size_t length = 0;
-    EXPECT_NE(tavik_ustring_tombs(s.get(), "GBK", &out, &length), 1);
-    EXPECT_EQ(out, nullptr);
 }
 
 // ---- General names ----
@@ -179,10 +145,9 @@ std::string describe(const tavik_cert_generalname *name)
     add("ip", owned(tavik_cert_generalname_getip(name)));
     add("regid", owned(tavik_cert_generalname_getregid(name)));
     if (const DnPtr dn(tavik_cert_generalname_getdirname(name)); dn)
-        add("dir", dnText(dn.get(), true));
+        out += " dir";
     if (const OtherNamePtr other(tavik_cert_generalname_getothername(name)); other)
-        add("other", textOf(tavik_cert_othername_gettype(other.get())) + ":" +
-                         hex(tavik_cert_othername_getvalue(other.get())));
+        out += " other";
     if (const EdiPtr edi(tavik_cert_generalname_getediname(name)); edi)
         add("edi", utf8(tavik_cert_ediparyname_getnameassigner(edi.get())).value_or("-") + "/" +
                        utf8(tavik_cert_ediparyname_getpartyname(edi.get())).value_or("-"));
@@ -214,30 +179,12 @@ TEST(GeneralName, ExtNamesEdiPartyAndItemEncodings)
               hex(tavik_cert_ext_getvalue(findExt(cert.get(), "2.5.29.17").get())));
 }
 
-TEST(GeneralName, Ipv6IsCompressedAfterRfc5952)
+// A SAN IPv6 address from its text.
+Bytes ip6(const char *text)
 {
-    const std::pair<const char *, const char *> rows[] = {
-        {"::1", "::1"},
-        {"::", "::"},
-        {"1::", "1::"},
-        {"1:0:0:1:0:0:0:1", "1:0:0:1::1"},
-        {"2001:db8:0:0:1:0:0:1", "2001:db8::1:0:0:1"},
-        {"2001:db8:0:1:1:1:1:1", "2001:db8:0:1:1:1:1:1"},
-        {"fe80:0:0:0:204:61ff:fe9d:f156", "fe80::204:61ff:fe9d:f156"},
-        {"1:2:3:4:5:6:7:0", "1:2:3:4:5:6:7:0"},
-        {"0:0:0:0:0:ffff:c000:280", "::ffff:192.0.2.128"}, // IPv4-mapped
-    };
-    Bytes all;
-    for (const auto &[input, expected] : rows) {
-        unsigned char address[16];
-        ASSERT_EQ(inet_pton(AF_INET6, input, address), 1) << input;
-        all = all + tlv(0x87, Bytes(address, address + 16));
-    }
-    const auto names = items(altNames(sanCert(all)));
-    ASSERT_EQ(names.size(), std::size(rows));
-    for (std::size_t i = 0; i < names.size(); ++i)
-        EXPECT_EQ(textOf(tavik_cert_generalname_getip(names[i].get())), rows[i].second)
-            << rows[i].first;
+    unsigned char address[16] = {};
+    EXPECT_EQ(inet_pton(AF_INET6, text, address), 1) << text;
+    return tlv(0x87, Bytes(address, address + 16));
 }
 
 Bytes ediParty(std::optional<Bytes> assigner, const Bytes &party)
@@ -247,8 +194,8 @@ Bytes ediParty(std::optional<Bytes> assigner, const Bytes &party)
 
 // Forms no fixture carries. EDIPartyName strings are DirectoryStrings
 // decoded without OpenSSL's name canonicalisation, so surrogate pairs and
-// malformed text reach the toolkit; NUL is never shown; an address outside a name constraint has
-// no mask, and 5 bytes are no address.
+// malformed text reach the toolkit; NUL is never shown; an address outside a
+// name constraint has no mask, 5 bytes are no address, and IPv6 is compressed.
 TEST(GeneralName, HandMadeFormsConvertOrAreRefused)
 {
     const std::pair<Bytes, std::string> rows[] = {
@@ -268,6 +215,16 @@ TEST(GeneralName, HandMadeFormsConvertOrAreRefused)
         {tlv(0x86, {0x61, 0x00}), "6"},
         {tlv(0x87, {10, 0, 0, 0, 255, 0, 0, 0}), "7"},
         {tlv(0x87, {10, 0, 0, 0, 1}), "7"},
+        // IPv6 text after RFC 5952, and the IPv4-mapped form.
+        {ip6("::1"), "7 ip=::1"},
+        {ip6("::"), "7 ip=::"},
+        {ip6("1::"), "7 ip=1::"},
+        {ip6("1:0:0:1:0:0:0:1"), "7 ip=1:0:0:1::1"},
+        {ip6("2001:db8:0:0:1:0:0:1"), "7 ip=2001:db8::1:0:0:1"},
+        {ip6("2001:db8:0:1:1:1:1:1"), "7 ip=2001:db8:0:1:1:1:1:1"},
+        {ip6("fe80:0:0:0:204:61ff:fe9d:f156"), "7 ip=fe80::204:61ff:fe9d:f156"},
+        {ip6("1:2:3:4:5:6:7:0"), "7 ip=1:2:3:4:5:6:7:0"},
+        {ip6("0:0:0:0:0:ffff:c000:280"), "7 ip=::ffff:192.0.2.128"},
     };
     for (const auto &[der, expected] : rows)
         EXPECT_EQ(describeAll(altNames(sanCert(der))), std::vector{expected}) << hex(der);

@@ -4,8 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdlib>
-#include <ctime>
 #include <optional>
 #include <string>
 #include <vector>
@@ -67,28 +65,6 @@ TEST(Time, OnlyCalendarValuesAreMadeAndTheyCompareFieldByField)
     EXPECT_TRUE(copy && copy.get() != a.get());
     EXPECT_EQ(tavik_time_cmp(a.get(), copy.get()), 0);
     EXPECT_EQ(tavik_time_cmp(a.get(), nullptr), -2);
-}
-
-TEST(Time, Utc2LocalFollowsTheProcessTimeZone)
-{
-    // TZ comes back however the test ends; each case changes it without tzset().
-    const pkiui::test::ScopedTimeZone restore("UTC");
-    const struct {
-        const char *zone;
-        Fields utc, local;
-    } cases[] = {
-        {"Asia/Shanghai", {2023, 12, 31, 20, 15, 9}, {2024, 1, 1, 4, 15, 9}},
-        {"Asia/Shanghai", {2100, 2, 28, 16, 0, 0}, {2100, 3, 1, 0, 0, 0}},   // past 2038
-        {"America/New_York", {2024, 7, 1, 12, 0, 0}, {2024, 7, 1, 8, 0, 0}}, // summer time
-        {"America/New_York", {2024, 3, 1, 2, 0, 0}, {2024, 2, 29, 21, 0, 0}},
-        {"UTC", {1950, 1, 1, 0, 0, 0}, {1950, 1, 1, 0, 0, 0}},
-    };
-    for (const auto &c : cases) {
-        setenv("TZ", c.zone, 1);
-        const TimePtr local(tavik_time_utc2local(makeTime(c.utc).get()));
-        ASSERT_TRUE(local) << c.zone;
-        EXPECT_EQ(fieldsOf(local.get()), c.local) << c.zone << " " << c.utc[0];
-    }
 }
 
 TEST(BigInteger, MagnitudeSignDecimalValueAndNegation)

@@ -92,31 +92,6 @@ inline std::optional<std::int64_t> valueOf(tavik_biginteger *owned)
     return v;
 }
 
-// An RDN and a DN as "/C=CN/O=x" (oneline) or as "C = CN, O = x".
-inline std::string rdnText(const tavik_cert_rdn *rdn, bool oneline)
-{
-    std::string out;
-    for (int k = 0; k < tavik_cert_rdn_getitemcount(rdn); ++k) {
-        const tavik::AtvPtr atv(tavik_cert_rdn_getitem(rdn, k));
-        const std::string type = textOf(tavik_cert_attrtypeandvalue_gettype(atv.get()));
-        out += std::string(k ? (oneline ? "+" : " + ") : "") +
-               OBJ_nid2sn(OBJ_txt2nid(type.c_str())) + (oneline ? "=" : " = ") +
-               utf8(tavik_cert_attrtypeandvalue_getstring(atv.get())).value_or("?");
-    }
-    return out;
-}
-
-inline std::string dnText(const tavik_cert_dn *dn, bool oneline)
-{
-    std::string out;
-    for (int i = 0; i < tavik_cert_dn_getitemcount(dn); ++i)
-        out += (oneline ? "/"
-                : i     ? ", "
-                        : "") +
-               rdnText(tavik::RdnPtr(tavik_cert_dn_getitem(dn, i)).get(), oneline);
-    return out;
-}
-
 // ---- DER by hand ----
 
 inline Bytes tlv(unsigned char tag, const Bytes &content)
@@ -141,16 +116,6 @@ inline Bytes operator+(Bytes a, const Bytes &b)
 inline Bytes str(const std::string &s)
 {
     return Bytes(s.begin(), s.end());
-}
-
-inline Bytes oidDer(const char *oid)
-{
-    const ObjPtr obj(OBJ_txt2obj(oid, 1));
-    unsigned char *der = nullptr;
-    const int n = obj ? i2d_ASN1_OBJECT(obj.get(), &der) : -1;
-    const Bytes out = n > 0 ? Bytes(der, der + n) : Bytes{};
-    OPENSSL_free(der);
-    return out;
 }
 
 // ---- Certificates ----
