@@ -2,6 +2,7 @@
 // validity, unique IDs, public key, signature value and thumbprints.
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
@@ -306,15 +307,24 @@ std::string ShowCertDetailDlgModel::FormatTime(const tavik_time *time)
 {
     const tavik::TimePtr local(tavik_time_utc2local(time));
     const tavik_time *shown = local ? local.get() : time;
-    char text[96];
-    std::snprintf(text, sizeof text, "%04d%s%02d%s%02d%s %02d:%02d:%02d", tavik_time_getyear(shown),
-                  "年", tavik_time_getmonth(shown), "月", tavik_time_getday(shown), "日",
-                  tavik_time_gethour(shown), tavik_time_getminute(shown),
-                  tavik_time_getsecond(shown));
-    std::string formatted = text;
-    if (!local)
-        formatted += " UTC";
-    return formatted;
+    // Written digit by digit: snprintf cost as much as reading the time.
+    std::string text;
+    text.reserve(32);
+    const auto put = [&text](int value, int width, const char *after) {
+        char digits[12];
+        const auto [end, error] = std::to_chars(digits, digits + sizeof digits, value);
+        const auto length = error == std::errc{} ? end - digits : 0;
+        text.append(length < width ? static_cast<std::size_t>(width - length) : 0, '0');
+        text.append(digits, static_cast<std::size_t>(length));
+        text += after;
+    };
+    put(tavik_time_getyear(shown), 4, "年");
+    put(tavik_time_getmonth(shown), 2, "月");
+    put(tavik_time_getday(shown), 2, "日 ");
+    put(tavik_time_gethour(shown), 2, ":");
+    put(tavik_time_getminute(shown), 2, ":");
+    put(tavik_time_getsecond(shown), 2, local ? "" : " UTC");
+    return text;
 }
 
 // The stored bytes; the count of unused bits in the last one is not shown.
