@@ -48,12 +48,12 @@ struct tavik_cert_attrtypeandvalue_st {
 };
 
 struct tavik_cert_generalname_st {
-    tavik::detail::Shared<GENERAL_NAME> name;
+    Shared<GENERAL_NAME> name;
     bool inSubtree;
 };
 
 struct tavik_cert_generalnames_st {
-    tavik::detail::Shared<GENERAL_NAMES> names;
+    Shared<GENERAL_NAMES> names;
 };
 
 struct tavik_cert_othername_st {
@@ -67,11 +67,11 @@ struct tavik_cert_ediparyname_st {
 };
 
 struct tavik_cert_generalsubtree_st {
-    tavik::detail::Shared<GENERAL_SUBTREE> value;
+    Shared<GENERAL_SUBTREE> value;
 };
 
 struct tavik_cert_generalsubtrees_st {
-    tavik::detail::Shared<STACK_OF(GENERAL_SUBTREE)> value;
+    Shared<STACK_OF(GENERAL_SUBTREE)> value;
 };
 
 namespace {
