@@ -142,12 +142,11 @@ long GetPublicKeyLength(std::string_view oid, const tavik_cert_algorithmid *alg,
 std::optional<std::string> GetPublicKey(std::string_view oid, const tavik_cert_pubkey *key)
 {
     const tavik::BlobPtr encoding(tavik_cert_pubkey_getencode(key));
-    const std::optional<std::string> hex = ShowCertDetailDlgModel::GetHexNumber(encoding.get());
+    std::optional<std::string> hex = ShowCertDetailDlgModel::GetHexNumber(encoding.get());
     if (!hex)
         return std::nullopt;
-    std::string text = *hex + "\r\n\r\n";
     if (!contains(kRsaKeyOids, oid))
-        return text;
+        return *hex + "\r\n\r\n";
     const tavik::RsaKeyPtr rsa(tavik_cert_pubkey_torsapubkey(key));
     if (!rsa)
         return std::nullopt;
@@ -157,7 +156,14 @@ std::optional<std::string> GetPublicKey(std::string_view oid, const tavik_cert_p
     const auto e = exponent ? ShowCertDetailDlgModel::GetBigInt(exponent.get()) : std::nullopt;
     if (!m || !e)
         return std::nullopt;
-    return text + "m:\r\n" + *m + "\r\n" + "e:\r\n" + *e + "\r\n";
+    std::string text = std::move(*hex);
+    text.reserve(text.size() + m->size() + e->size() + 16);
+    text += "\r\n\r\nm:\r\n";
+    text += *m;
+    text += "\r\ne:\r\n";
+    text += *e;
+    text += "\r\n";
+    return text;
 }
 
 // Joins the attribute values of "label = value" lines; a value holding " = "
