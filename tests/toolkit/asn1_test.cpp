@@ -124,8 +124,6 @@ TEST(Asn1Decode, ReadersGiveTheContent)
     unsigned char out[2] = {};
     const Asn1ValuePtr octets = decode(der("04 02 00 FF"), TAVIK_ASN1_OCTET_STRING);
     EXPECT_EQ(tavik_asn1_integer_get(octets.get(), out, sizeof out), 0);
-    EXPECT_EQ(tavik_asn1_integer_get(decode(der("02 02 FF 7F"), TAVIK_ASN1_INTEGER).get(), out, 1),
-              0);
     EXPECT_EQ(tavik_asn1_boolean_istrue(decode(der("01 01 FF"), TAVIK_ASN1_BOOLEAN).get()), 1);
     EXPECT_EQ(tavik_asn1_boolean_istrue(decode(der("01 01 00"), TAVIK_ASN1_BOOLEAN).get()), 0);
     EXPECT_EQ(tavik_asn1_value_gettype(nullptr), -1);
@@ -135,7 +133,9 @@ TEST(Asn1Decode, ReadersGiveTheContent)
     EXPECT_EQ(tavik_asn1_mem_decode(der("05 00").data(), 2, TAVIK_ASN1_NULL, nullptr), 0);
 }
 
-TEST(Asn1Decode, OidsAndIntegersReadAsOpensslWroteThem)
+// Integers are pinned by the detail model's serial and configured-value rows
+// and, with a short buffer, by the fuzzers' replay of the fixtures.
+TEST(Asn1Decode, OidsReadAsOpensslWroteThem)
 {
     for (const char *oid : {"0.0", "1.2.840.113549.1.1.11", "2.999.1",
                             "2.25.329800735698586629295641978511506172918"}) {
@@ -144,17 +144,6 @@ TEST(Asn1Decode, OidsAndIntegersReadAsOpensslWroteThem)
         ASSERT_TRUE(value) << oid;
         EXPECT_EQ(tavik_asn1_value_getencodedlength(value.get()), der.size()) << oid;
         EXPECT_STREQ(TextPtr(tavik_asn1_oid_getstring(value.get())).get(), oid);
-    }
-    for (const char *n : {"0", "127", "128", "-128", "-129", "-9223372036854775808",
-                          "340282366920938463463374607431768211456"}) {
-        const Bytes der = opensslDer(std::string("INTEGER:") + n);
-        const Asn1ValuePtr value = decode(der, TAVIK_ASN1_INTEGER);
-        ASSERT_TRUE(value && der.size() >= 3) << n;
-        const Bytes content(der.begin() + 2, der.end());
-        ASSERT_EQ(tavik_asn1_integer_getlength(value.get()), static_cast<int>(content.size()));
-        Bytes out(content.size());
-        ASSERT_EQ(tavik_asn1_integer_get(value.get(), out.data(), out.size()), 1);
-        EXPECT_EQ(out, content) << n;
     }
 }
 
