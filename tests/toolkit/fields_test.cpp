@@ -69,8 +69,9 @@ TEST(AlgorithmId, SignatureAlgorithmIsTheSignedBodysField)
 
 // The RSA and DSA numbers, the curves, bits and points of the EC and SM2
 // keys, versions, serials and unique identifiers are pinned by the detail
-// model's tables; here an SM2 point's compressed form and a buffer too short.
-TEST(Keys, Sm2PointCompressedAndShortBuffer)
+// model's tables, a buffer too short by the fuzzers' replay; here an SM2
+// point's compressed form.
+TEST(Keys, Sm2PointCompressed)
 {
     const CertPtr handle = loadCert("sm2-self");
     const PubKeyPtr key(tavik_cert_getpubkey(handle.get()));
@@ -82,7 +83,7 @@ TEST(Keys, Sm2PointCompressedAndShortBuffer)
 
     const std::size_t size = 65; // 04 || X || Y, 32 bytes each
     Bytes full(size), compressed(size);
-    std::size_t length = size, compressedLength = size, tooShort = size - 1;
+    std::size_t length = size, compressedLength = size;
     ASSERT_EQ(tavik_ecc_encode_point(domain.get(), point.get(), 0, full.data(), &length), 1);
     ASSERT_EQ(
         tavik_ecc_encode_point(domain.get(), point.get(), 1, compressed.data(), &compressedLength),
@@ -90,8 +91,6 @@ TEST(Keys, Sm2PointCompressedAndShortBuffer)
     compressed.resize(compressedLength);
     EXPECT_EQ(hex(compressed), (full.back() & 1 ? "03" : "02") +
                                    hex(Bytes(full.begin() + 1, full.begin() + 1 + size / 2)));
-    EXPECT_NE(tavik_ecc_encode_point(domain.get(), point.get(), 0, full.data(), &tooShort), 1);
-    EXPECT_EQ(tooShort, size - 1);
 }
 
 // The encodings, key, signature value and its (r, s), and MD5 to SHA-512 of
