@@ -8,7 +8,6 @@
 #include <openssl/objects.h>
 #include <openssl/x509.h>
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -81,15 +80,6 @@ inline std::optional<std::string> utf8(tavik_ustring *owned)
         return std::nullopt;
     const tavik::TextPtr text(out);
     return std::string(out, length);
-}
-
-inline std::optional<std::int64_t> valueOf(tavik_biginteger *owned)
-{
-    const tavik::BigIntPtr n(owned);
-    std::int64_t v = 0;
-    if (!n || tavik_biginteger_getvalue(n.get(), &v) != 1)
-        return std::nullopt;
-    return v;
 }
 
 // ---- DER by hand ----

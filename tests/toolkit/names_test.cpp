@@ -1,7 +1,8 @@
 // Names and Unicode strings: distinguished names walked RDN by RDN, attribute
-// values in every string type, general names of each choice and
-// name-constraint subtrees. Certificates come from the fixtures, or are made
-// here around hand-written DER for the forms no fixture carries.
+// values in every string type and general names of each choice. The detail
+// model's rows pin name-constraint subtrees. Certificates come from the
+// fixtures, or are made here around hand-written DER for the forms no fixture
+// carries.
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
@@ -224,50 +225,6 @@ TEST(GeneralName, HandMadeFormsConvertOrAreRefused)
     };
     for (const auto &[der, expected] : rows)
         EXPECT_EQ(describeAll(altNames(sanCert(der))), std::vector{expected}) << hex(der);
-}
-
-// ---- Name-constraint subtrees ----
-
-// "base (min..max)", the bounds as "Min" and "Max" when absent.
-std::vector<std::string> describeSubtrees(tavik_cert_generalsubtrees *owned)
-{
-    const SubtreesPtr subtrees(owned);
-    const auto bound = [](tavik_biginteger *n, const char *absent) {
-        const auto v = valueOf(n);
-        return v ? std::to_string(*v) : absent;
-    };
-    std::vector<std::string> out;
-    for (int i = 0; i < tavik_cert_generalsubtrees_getitemcount(subtrees.get()); ++i) {
-        const SubtreePtr subtree(tavik_cert_generalsubtrees_getitem(subtrees.get(), i));
-        const GeneralNamePtr base(tavik_cert_generalsubtree_getbase(subtree.get()));
-        out.push_back(describe(base.get()) + " (" +
-                      bound(tavik_cert_generalsubtree_getmin(subtree.get()), "Min") + ".." +
-                      bound(tavik_cert_generalsubtree_getmax(subtree.get()), "Max") + ")");
-    }
-    return out;
-}
-
-NameConstraintsPtr constraintsOf(const CertPtr &cert)
-{
-    return NameConstraintsPtr(
-        tavik_cert_ext_tonameconstraints(findExt(cert.get(), "2.5.29.30").get()));
-}
-
-// ext-ca's subtrees (minimum 1, maximum 5) and ext-std2's (minimum 0 written
-// out, no excluded ones) are pinned by the detail model's tables; here a
-// maximum alone, an all-zero IPv6 base and a bare address.
-TEST(Subtrees, BasesWithTheirMasksAndBounds)
-{
-    // GeneralSubtree ::= SEQUENCE { base, minimum [0] DEFAULT 0, maximum [1] OPTIONAL }
-    const Bytes subtrees = tlv(0x30, tlv(0x82, str("a.example")) + tlv(0x81, {0x00, 0x80})) +
-                           tlv(0x30, tlv(0x87, Bytes(32, 0))) + tlv(0x30, tlv(0x87, {10, 0, 0, 1}));
-    const NameConstraintsPtr built =
-        constraintsOf(certWith(kPlainName, {{"2.5.29.30", tlv(0x30, tlv(0xA0, subtrees))}}));
-    ASSERT_TRUE(built);
-    // A bare address is no subtree base: it has no mask.
-    const std::vector<std::string> bounds = {"2 dns=a.example (Min..128)", "7 ip=::/:: (Min..Max)",
-                                             "7 (Min..Max)"};
-    EXPECT_EQ(describeSubtrees(tavik_cert_nameconstraints_getpremit(built.get())), bounds);
 }
 
 } // namespace
