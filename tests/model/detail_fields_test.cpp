@@ -167,6 +167,37 @@ TEST(FieldRows, EmptyNamesGiveEmptyTexts)
         EXPECT_EQ(rowText(model, row), "||1") << row;
 }
 
+// Each value under an unknown type: bytes outside the declared set show as
+// UTF-8 when they are, else as Latin-1; values without a string show their DER.
+TEST(FieldRows, NameValuesOfEveryForm)
+{
+    const std::pair<Bytes, std::string> values[] = {
+        {tlv(0x0C, str("测试")), "测试"},
+        {tlv(0x1E, {0x4E, 0x2D, 0x00, 0x41}), "中A"},
+        {tlv(0x14, {0xE9, 0xFF}), "éÿ"}, // Teletex as Latin-1
+        {tlv(0x1C, {0x00, 0x10, 0xFF, 0xFF}), "\xF4\x8F\xBF\xBF"},
+        {tlv(0x13, {0x41, 0xE9}), "Aé"},
+        {tlv(0x13, str("测")), "测"},
+        {tlv(0x16, {0xE9}), "é"},
+        {tlv(0x0C, {0x41, 0x00, 0x42}), "HEX: 0C 03 41 00 42"},
+        {tlv(0x0C, {}), ""},
+        {tlv(0x03, {0x03, 0xA8}), "HEX: 03 02 03 A8"},
+        {tlv(0x30, tlv(0x0C, str("x"))), "HEX: 30 03 0C 01 78"},
+    };
+    Bytes rdns;
+    std::string value, content;
+    for (const auto &[der, text] : values) {
+        const bool first = rdns.empty();
+        rdns = rdns + tlv(0x31, tlv(0x30, fromHex("0603550463") + der));
+        value += (first ? "" : ", ") + text;
+        content += (first ? "" : "\r\n") + std::string("Unknown Attribute(2.5.4.99) = ") + text;
+    }
+    const CertPtr cert = certWith(tlv(0x30, rdns));
+    ShowCertDetailDlgModel model;
+    ASSERT_TRUE(cert && model.setCertHandle(cert.get()));
+    EXPECT_EQ(rowText(model, "证书主体"), value + "|" + content + "|1");
+}
+
 // ---- Shared renderings ----
 
 TEST(FieldFormats, TimesHexAndIntegers)
