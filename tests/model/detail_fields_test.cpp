@@ -30,10 +30,8 @@ std::string shanghaiTime(const ASN1_TIME *time)
 
 std::string spacedBn(const BIGNUM *n)
 {
-    char *digits = n ? BN_bn2hex(n) : nullptr;
-    const std::string out = spaced(digits ? digits : "");
-    OPENSSL_free(digits);
-    return out;
+    Bytes bytes(n ? static_cast<std::size_t>(BN_num_bytes(n)) : 0);
+    return n && BN_bn2bin(n, bytes.data()) >= 0 ? hex(bytes.data(), bytes.size(), " ") : "";
 }
 
 // What OpenSSL reads from the DER, by placeholder name.
@@ -46,7 +44,7 @@ std::map<std::string, std::string> references(const Bytes &der)
         return refs;
     unsigned char *spki = nullptr;
     const int length = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(x.get()), &spki);
-    refs["spki"] = spaced(hex(spki, static_cast<std::size_t>(std::max(length, 0))));
+    refs["spki"] = hex(spki, static_cast<std::size_t>(std::max(length, 0)), " ");
     OPENSSL_free(spki);
 
     // The key bits: 04 || X || Y for EC, RSAPublicKey for RSA.

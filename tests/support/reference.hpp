@@ -34,13 +34,14 @@ inline void opensslFree(void *p)
 
 // ---- Text ----
 
-inline std::string hex(const unsigned char *data, std::size_t length)
+// Upper-case digits, a separator (if any) between bytes.
+inline std::string hex(const unsigned char *data, std::size_t length, const char *separator = "")
 {
     std::string out;
     char two[3];
     for (std::size_t i = 0; i < length; ++i) {
         std::snprintf(two, sizeof two, "%02X", data[i]);
-        out += two;
+        out += (i ? separator : "") + std::string(two);
     }
     return out;
 }
