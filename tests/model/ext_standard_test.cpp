@@ -212,6 +212,10 @@ TEST(StandardExtensionRows, HandWrittenValues)
         {"2.5.29.30", "3037A035300F8209612E6578616D706C658102008030228720" + zeros, "名称限制",
          subtrees, subtrees + "Excluded Subtrees=None\r\n"},
         {"2.5.29.30", "300AA008300687040A000001", "名称限制", kNa, kNa},
+        // An internationalised name written raw shows its UTF-8; other bytes Latin-1.
+        {"2.5.29.17", "3013820BE6B58B2E6578616D706C65810461E94062", "主体备用名称",
+         "DNS Name=测.example\r\n, RFC822 Name=aé@b\r\n",
+         "DNS Name=测.example\r\nRFC822 Name=aé@b\r\n"},
         {"2.5.29.36", "3000", "策略限制", kNa, kNa},
         {"2.5.29.16", "3000", "私钥使用周期", kNa, kNa},
         {"2.5.29.14", "0500", "主题密钥标识符", kNa, kNa, true},
