@@ -64,13 +64,17 @@ TEST(DetailConfiguredValues, EveryMethodAcceptsItsTypeWholeAndRefusesTheRest)
     }
 }
 
-// Repeated, critical and empty extensions OpenSSL adds as given: each shows
-// its value's hex under a generated name, the later row winning the name.
+// Repeated, critical, empty and long-named extensions OpenSSL adds as given:
+// each shows its value's hex under a generated name, the later row winning
+// the name.
 TEST(DetailExtensionRows, ExtensionsWithoutADecoderShowTheirValueInHex)
 {
+    const std::string longOid = "1.2.840.113549.1.9.16.2.47.1234567890.1234567890.1234567890."
+                                "1234567890.1234567890.1234567890.1234567890";
+    const std::string longName = "未知扩展(" + longOid + ")";
     const std::tuple<const char *, const char *, bool> exts[] = {
         {"1.2.3.4", "040101", false},
-        {"1.2.3.9", "0500", true},
+        {longOid.c_str(), "0500", true},
         {"1.2.3.6", "", false},
         {"1.2.3.4", "040102", true},
     };
@@ -83,15 +87,14 @@ TEST(DetailExtensionRows, ExtensionsWithoutADecoderShowTheirValueInHex)
     ShowCertDetailDlgModel model;
     ASSERT_TRUE(cert && model.setCertHandle(cert.get()));
     const Names &keys = model.keys();
-    EXPECT_EQ(Names(keys.end() - 5, keys.end()),
-              (Names{"未知扩展(1.2.3.4)", "未知扩展(1.2.3.9)", "未知扩展(1.2.3.6)",
-                     "未知扩展(1.2.3.4)", "缩略图"}));
+    EXPECT_EQ(
+        Names(keys.end() - 5, keys.end()),
+        (Names{"未知扩展(1.2.3.4)", longName, "未知扩展(1.2.3.6)", "未知扩展(1.2.3.4)", "缩略图"}));
     EXPECT_EQ(rowText(model, "未知扩展(1.2.3.4)"), "04 01 02|04 01 02|6");
-    EXPECT_EQ(rowText(model, "未知扩展(1.2.3.9)"), "05 00|05 00|6");
+    EXPECT_EQ(rowText(model, longName), "05 00|05 00|6");
     EXPECT_EQ(rowText(model, "未知扩展(1.2.3.6)"), "||2");
     model.switchToIndex(3);
-    EXPECT_EQ(model.displayKeys(),
-              (Names{"未知扩展(1.2.3.4)", "未知扩展(1.2.3.9)", "未知扩展(1.2.3.4)"}));
+    EXPECT_EQ(model.displayKeys(), (Names{"未知扩展(1.2.3.4)", longName, "未知扩展(1.2.3.4)"}));
 }
 
 } // namespace

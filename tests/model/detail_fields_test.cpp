@@ -30,10 +30,8 @@ std::string shanghaiTime(const ASN1_TIME *time)
 
 std::string spacedBn(const BIGNUM *n)
 {
-    char *digits = n ? BN_bn2hex(n) : nullptr;
-    const std::string out = spaced(digits ? digits : "");
-    OPENSSL_free(digits);
-    return out;
+    Bytes bytes(n ? static_cast<std::size_t>(BN_num_bytes(n)) : 0);
+    return n && BN_bn2bin(n, bytes.data()) >= 0 ? hex(bytes.data(), bytes.size(), " ") : "";
 }
 
 // What OpenSSL reads from the DER, by placeholder name.
@@ -46,7 +44,7 @@ std::map<std::string, std::string> references(const Bytes &der)
         return refs;
     unsigned char *spki = nullptr;
     const int length = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(x.get()), &spki);
-    refs["spki"] = spaced(hex(spki, static_cast<std::size_t>(std::max(length, 0))));
+    refs["spki"] = hex(spki, static_cast<std::size_t>(std::max(length, 0)), " ");
     OPENSSL_free(spki);
 
     // The key bits: 04 || X || Y for EC, RSAPublicKey for RSA.
@@ -165,6 +163,37 @@ TEST(FieldRows, EmptyNamesGiveEmptyTexts)
     ASSERT_TRUE(cert && model.setCertHandle(cert.get()));
     for (const char *row : {"颁发者", "证书主体"})
         EXPECT_EQ(rowText(model, row), "||1") << row;
+}
+
+// Each value under an unknown type: bytes outside the declared set show as
+// UTF-8 when they are, else as Latin-1; values without a string show their DER.
+TEST(FieldRows, NameValuesOfEveryForm)
+{
+    const std::pair<Bytes, std::string> values[] = {
+        {tlv(0x0C, str("测试")), "测试"},
+        {tlv(0x1E, {0x4E, 0x2D, 0x00, 0x41}), "中A"},
+        {tlv(0x14, {0xE9, 0xFF}), "éÿ"}, // Teletex as Latin-1
+        {tlv(0x1C, {0x00, 0x10, 0xFF, 0xFF}), "\xF4\x8F\xBF\xBF"},
+        {tlv(0x13, {0x41, 0xE9}), "Aé"},
+        {tlv(0x13, str("测")), "测"},
+        {tlv(0x16, {0xE9}), "é"},
+        {tlv(0x0C, {0x41, 0x00, 0x42}), "HEX: 0C 03 41 00 42"},
+        {tlv(0x0C, {}), ""},
+        {tlv(0x03, {0x03, 0xA8}), "HEX: 03 02 03 A8"},
+        {tlv(0x30, tlv(0x0C, str("x"))), "HEX: 30 03 0C 01 78"},
+    };
+    Bytes rdns;
+    std::string value, content;
+    for (const auto &[der, text] : values) {
+        const bool first = rdns.empty();
+        rdns = rdns + tlv(0x31, tlv(0x30, fromHex("0603550463") + der));
+        value += (first ? "" : ", ") + text;
+        content += (first ? "" : "\r\n") + std::string("Unknown Attribute(2.5.4.99) = ") + text;
+    }
+    const CertPtr cert = certWith(tlv(0x30, rdns));
+    ShowCertDetailDlgModel model;
+    ASSERT_TRUE(cert && model.setCertHandle(cert.get()));
+    EXPECT_EQ(rowText(model, "证书主体"), value + "|" + content + "|1");
 }
 
 // ---- Shared renderings ----

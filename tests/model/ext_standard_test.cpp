@@ -185,6 +185,10 @@ TEST(StandardExtensionRows, HandWrittenValues)
 {
     const std::string dnsA = "DNS Name=a.example\r\n", dnsB = "DNS Name=b.example\r\n",
                       dnsC = "DNS Name=c.example\r\n";
+    const std::string zeros(64, '0');
+    const std::string subtrees = "Permitted Subtress\r\n"
+                                 "[1]Subtrees(Min..128)\r\n\t(Base)DNS Name=a.example\r\n\r\n"
+                                 "[2]Subtrees(Min..Max)\r\n\t(Base)IP=::/::\r\n\r\n";
     const std::string names = "A1218209612E6578616D706C658209622E6578616D706C658209632E6578616D"
                               "706C65";
     const struct {
@@ -204,6 +208,14 @@ TEST(StandardExtensionRows, HandWrittenValues)
              "\r\n\r\nCertificateExtensionSN=05"},
         {"2.5.29.30", "3000", "名称限制", "Permitted Subtress",
          "Permitted Subtress=None\r\nExcluded Subtrees=None\r\n"},
+        // A maximum alone and an all-zero IPv6 base; a bare address is no base.
+        {"2.5.29.30", "3037A035300F8209612E6578616D706C658102008030228720" + zeros, "名称限制",
+         subtrees, subtrees + "Excluded Subtrees=None\r\n"},
+        {"2.5.29.30", "300AA008300687040A000001", "名称限制", kNa, kNa},
+        // An internationalised name written raw shows its UTF-8; other bytes Latin-1.
+        {"2.5.29.17", "3013820BE6B58B2E6578616D706C65810461E94062", "主体备用名称",
+         "DNS Name=测.example\r\n, RFC822 Name=aé@b\r\n",
+         "DNS Name=测.example\r\nRFC822 Name=aé@b\r\n"},
         {"2.5.29.36", "3000", "策略限制", kNa, kNa},
         {"2.5.29.16", "3000", "私钥使用周期", kNa, kNa},
         {"2.5.29.14", "0500", "主题密钥标识符", kNa, kNa, true},

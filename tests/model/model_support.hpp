@@ -36,22 +36,13 @@ inline Bytes fixtureDer(const std::string &source)
     return der;
 }
 
-// "3A0F11" -> "3A 0F 11", as the model spaces hex.
-inline std::string spaced(const std::string &digits)
-{
-    std::string out;
-    for (std::size_t i = 0; i < digits.size(); i += 2)
-        out += (i ? " " : "") + digits.substr(i, 2);
-    return out;
-}
-
 // An OpenSSL string's bytes from skip on (all, or length of them), spaced.
 inline std::string spacedHex(const ASN1_STRING *s, int skip = 0, int length = -1)
 {
     if (!s)
         return "?";
     const int n = length < 0 ? ASN1_STRING_length(s) - skip : length;
-    return spaced(hex(ASN1_STRING_get0_data(s) + skip, static_cast<std::size_t>(n)));
+    return hex(ASN1_STRING_get0_data(s) + skip, static_cast<std::size_t>(n), " ");
 }
 
 const std::string kNa = kUnavailable;

@@ -80,6 +80,7 @@ TEST(SelectModel, ColumnTextsFromTheToolkitAttributes)
         {"rsa-leaf", "issuerColumn", "Tavik Test Intermediate CA"},
         {"rsa-leaf", "otherNameColumn", "无"},
         {"rsa-leaf", "validateColumn", date},
+        {"wide-dates", "validateColumn", "9999-12-31"},
         {"rsa-leaf", "noSuchColumn", std::nullopt},
     };
     for (const Case &c : cases) {

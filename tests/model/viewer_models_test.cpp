@@ -110,6 +110,8 @@ TEST_F(ViewerModels, GeneralTabNamesAndValidity)
          slashedDay(loadDates("nocn-leaf").notBefore) + " 到 " +
              slashedDay(loadDates("nocn-leaf").notAfter)},
         {"badtime-root", "Bad Time Root", "Bad Time Root", " 到 "},
+        // UTCTime from 1950, GeneralizedTime to 9999; no common name.
+        {"wide-dates", "", "C = CN, O = 北京测试, OU = Unit", "1950/01/01 到 9999/12/31 UTC"},
     };
     for (const auto &c : cases) {
         const tavik::CertPtr cert = loadCert(c.cert);

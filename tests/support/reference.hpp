@@ -8,7 +8,6 @@
 #include <openssl/objects.h>
 #include <openssl/x509.h>
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -35,13 +34,14 @@ inline void opensslFree(void *p)
 
 // ---- Text ----
 
-inline std::string hex(const unsigned char *data, std::size_t length)
+// Upper-case digits, a separator (if any) between bytes.
+inline std::string hex(const unsigned char *data, std::size_t length, const char *separator = "")
 {
     std::string out;
     char two[3];
     for (std::size_t i = 0; i < length; ++i) {
         std::snprintf(two, sizeof two, "%02X", data[i]);
-        out += two;
+        out += (i ? separator : "") + std::string(two);
     }
     return out;
 }
@@ -81,15 +81,6 @@ inline std::optional<std::string> utf8(tavik_ustring *owned)
         return std::nullopt;
     const tavik::TextPtr text(out);
     return std::string(out, length);
-}
-
-inline std::optional<std::int64_t> valueOf(tavik_biginteger *owned)
-{
-    const tavik::BigIntPtr n(owned);
-    std::int64_t v = 0;
-    if (!n || tavik_biginteger_getvalue(n.get(), &v) != 1)
-        return std::nullopt;
-    return v;
 }
 
 // ---- DER by hand ----

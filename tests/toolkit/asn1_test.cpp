@@ -104,38 +104,27 @@ TEST(Asn1Decode, EveryTypeCodeAcceptsItsOwnDerAndRefusesTheRest)
         const bool string = c.type != B && c.type != I && c.type != N && c.type != D;
         EXPECT_EQ(BlobPtr(tavik_asn1_octetstring_getblob(value.get())) != nullptr, string) << c.der;
         EXPECT_EQ(tavik_asn1_integer_getlength(value.get()) >= 0, c.type == I) << c.der;
+        unsigned char out[8];
+        EXPECT_EQ(tavik_asn1_integer_get(value.get(), out, sizeof out), c.type == I) << c.der;
         EXPECT_EQ(tavik_asn1_boolean_istrue(value.get()) >= 0, c.type == B) << c.der;
         EXPECT_EQ(TextPtr(tavik_asn1_oid_getstring(value.get())) != nullptr, c.type == D) << c.der;
     }
 }
 
-// The content each reader gives, and what it refuses.
-TEST(Asn1Decode, ReadersGiveTheContent)
+// The content each reader gives is pinned by the detail model's
+// configured-value rows; here null arguments.
+TEST(Asn1Decode, NullArgumentsAreRefused)
 {
-    const std::pair<int, const char *> strings[] = {{TAVIK_ASN1_UTF8STRING, "0C 03 'abc'"},
-                                                    {TAVIK_ASN1_BMPSTRING, "1E 02 4E 2D"},
-                                                    {TAVIK_ASN1_OCTET_STRING, "04 02 00 FF"}};
-    for (const auto &[type, text] : strings) {
-        const Bytes bytes = der(text);
-        EXPECT_EQ(hex(tavik_asn1_octetstring_getblob(decode(bytes, type).get())),
-                  hex(Bytes(bytes.begin() + 2, bytes.end())))
-            << text;
-    }
-    unsigned char out[2] = {};
-    const Asn1ValuePtr octets = decode(der("04 02 00 FF"), TAVIK_ASN1_OCTET_STRING);
-    EXPECT_EQ(tavik_asn1_integer_get(octets.get(), out, sizeof out), 0);
-    EXPECT_EQ(tavik_asn1_integer_get(decode(der("02 02 FF 7F"), TAVIK_ASN1_INTEGER).get(), out, 1),
-              0);
-    EXPECT_EQ(tavik_asn1_boolean_istrue(decode(der("01 01 FF"), TAVIK_ASN1_BOOLEAN).get()), 1);
-    EXPECT_EQ(tavik_asn1_boolean_istrue(decode(der("01 01 00"), TAVIK_ASN1_BOOLEAN).get()), 0);
+    tavik_asn1_value *value = nullptr;
     EXPECT_EQ(tavik_asn1_value_gettype(nullptr), -1);
     EXPECT_EQ(tavik_asn1_value_getencodedlength(nullptr), 0u);
-    tavik_asn1_value *value = nullptr;
     EXPECT_EQ(tavik_asn1_mem_decode(nullptr, 0, TAVIK_ASN1_NULL, &value), 0);
     EXPECT_EQ(tavik_asn1_mem_decode(der("05 00").data(), 2, TAVIK_ASN1_NULL, nullptr), 0);
 }
 
-TEST(Asn1Decode, OidsAndIntegersReadAsOpensslWroteThem)
+// Integers are pinned by the detail model's serial and configured-value rows
+// and, with a short buffer, by the fuzzers' replay of the fixtures.
+TEST(Asn1Decode, OidsReadAsOpensslWroteThem)
 {
     for (const char *oid : {"0.0", "1.2.840.113549.1.1.11", "2.999.1",
                             "2.25.329800735698586629295641978511506172918"}) {
@@ -144,17 +133,6 @@ TEST(Asn1Decode, OidsAndIntegersReadAsOpensslWroteThem)
         ASSERT_TRUE(value) << oid;
         EXPECT_EQ(tavik_asn1_value_getencodedlength(value.get()), der.size()) << oid;
         EXPECT_STREQ(TextPtr(tavik_asn1_oid_getstring(value.get())).get(), oid);
-    }
-    for (const char *n : {"0", "127", "128", "-128", "-129", "-9223372036854775808",
-                          "340282366920938463463374607431768211456"}) {
-        const Bytes der = opensslDer(std::string("INTEGER:") + n);
-        const Asn1ValuePtr value = decode(der, TAVIK_ASN1_INTEGER);
-        ASSERT_TRUE(value && der.size() >= 3) << n;
-        const Bytes content(der.begin() + 2, der.end());
-        ASSERT_EQ(tavik_asn1_integer_getlength(value.get()), static_cast<int>(content.size()));
-        Bytes out(content.size());
-        ASSERT_EQ(tavik_asn1_integer_get(value.get(), out.data(), out.size()), 1);
-        EXPECT_EQ(out, content) << n;
     }
 }
 

@@ -82,15 +82,17 @@ class StoreTest : public ::testing::Test {
 
 enum At { kEnd, kLate, kEarly }; // notAfter, a second after it, a second before notBefore
 
+// The viewer's path models pin the paths and reasons of the fixtures it
+// shows (untrusted roots, missing issuers, a signature by name only, a CA
+// without its flag); here the boundaries and forms they do not reach.
 TEST_F(StoreTest, PathsAndViewerOutcomes)
 {
     const Names root{"rsa-root"}, inter{"rsa-inter"};
-    const Names badsig{kRoot, kInter, "Bad Signature Leaf"};
     const Outcome ok{TAVIK_VERIFY_OK, 0, -1};
     struct Case {
         const char *label, *cert;
         Names trusted, intermediates;
-        Names path; // empty: the build fails
+        Names path;
         At at;
         Outcome outcome;
     };
@@ -102,24 +104,16 @@ TEST_F(StoreTest, PathsAndViewerOutcomes)
         {"one second early", "notyet-leaf", root, inter, {kRoot, kInter, "Not Yet Leaf"}, kEarly,
          {TAVIK_ERR_TIME, X509_V_ERR_CERT_NOT_YET_VALID, 0}},
         {"every certificate of an anchor file", "rsa-leaf", {"chain"}, {}, kChain, kEnd, ok},
-        {"root only an intermediate", "rsa-leaf", {}, {"rsa-inter", "rsa-root"}, kChain, kEnd,
-         {TAVIK_ERR_UNTRUSTED_ROOT, X509_V_ERR_CERT_UNTRUSTED, 2}},
-        {"issuer by name only", "badsig-leaf", root, inter, badsig, kEnd,
-         {TAVIK_ERR_SIGNATURE, X509_V_ERR_CERT_SIGNATURE_FAILURE, 0}},
         {"the issuer whose key verifies wins", "badsig-leaf", root,
-         {"rsa-inter", "impostor-inter"}, badsig, kEnd, ok},
+         {"rsa-inter", "impostor-inter"}, {kRoot, kInter, "Bad Signature Leaf"}, kEnd, ok},
         {"self-signed sm2, trusted", "sm2-self", {"sm2-self"}, {}, {"测试SM2证书"}, kEnd, ok},
         {"sm2, default identifier", "sm2-leaf", {"sm2-root"}, {}, {kSm2Root, "Leaf SM2"}, kEnd, ok},
         {"sm2, another identifier", "sm2-otherid-leaf", {"sm2-root"}, {},
          {kSm2Root, "Leaf SM2 Other Identifier"}, kEnd,
          {TAVIK_ERR_SIGNATURE, X509_V_ERR_CERT_SIGNATURE_FAILURE, 0}},
-        {"issuer vanished", "orphan-leaf", {"rsa-root", "other-root"}, inter, {}, kEnd, {}},
         {"CA below a path length of 0", "deep-leaf", root, {"rsa-inter", "deep-ca"},
          {kRoot, kInter, "Too Deep CA", "Too Deep Leaf"}, kEnd,
          {TAVIK_ERR_CONSTRAINT, X509_V_ERR_PATH_LENGTH_EXCEEDED, 2}},
-        {"issuer without the CA flag", "noca-leaf", root, {"noca-inter"},
-         {kRoot, "No CA Flag Inter", "Under No CA Flag"}, kEnd,
-         {TAVIK_ERR_CONSTRAINT, X509_V_ERR_INVALID_CA, 1}},
     };
     // clang-format on
     for (const auto &c : cases) {
@@ -131,9 +125,7 @@ TEST_F(StoreTest, PathsAndViewerOutcomes)
         const Dates dates = loadDates(c.cert);
         const std::int64_t at = c.at == kEarly ? epochOf(dates.notBefore) - 1
                                                : epochOf(dates.notAfter) + (c.at == kLate);
-        if (!c.path.empty()) {
-            EXPECT_EQ(viewerVerify(cert.get(), timeText(at)), c.outcome);
-        }
+        EXPECT_EQ(viewerVerify(cert.get(), timeText(at)), c.outcome);
     }
 }
 
