@@ -254,35 +254,4 @@ TEST(VerifyPassword, ShowsTheCountAndAnswersEachReply)
     }
 }
 
-// The real token: a wrong PIN is refused, the right one ends the dialog.
-TEST(VerifyPassword, SoftHsmTokenRefusesTheWrongPinAndAcceptsTheRight)
-{
-    TAVIK_PKI_DEVICE_HANDLE_st *raw = nullptr;
-    ASSERT_EQ(TavikPKIDeviceOpen(SOFTHSM_MODULE, "pkiui-test", &raw), 1)
-        << "is SOFTHSM2_CONF set by the softhsm fixture?";
-    const tavik::DevicePtr token(raw);
-    const uitest::AlertRecorder alerts;
-    QString fieldAfterReject = QStringLiteral("not read");
-    bool openAfterAccept = true;
-    const uitest::DialogScript script([&](QWidget *window) {
-        typeText(window, QStringLiteral("4321"));
-        click(window, "okButton");
-        fieldAfterReject = fieldText(window);
-        typeText(window, QStringLiteral("1234"));
-        click(window, "okButton");
-        openAfterAccept = window->isVisible();
-    });
-    char *pwd = nullptr;
-    EXPECT_EQ(TavikPKIUIVerifyPassword(nullptr, token.get(), 1, "m", &pwd), TAVIKPKIUI_OK);
-    const Buffer buffer(pwd);
-    ASSERT_NE(buffer, nullptr);
-    EXPECT_EQ(std::string(buffer.get(), 5), std::string("1234", 5));
-    ASSERT_EQ(alerts.texts().size(), 1);
-    // SoftHSM2 reports a low count at most, never a number of tries.
-    EXPECT_TRUE(alerts.texts().front() == kWrongPin || alerts.texts().front() == kTryAgain)
-        << alerts.texts().front().toStdString();
-    EXPECT_EQ(fieldAfterReject, QString());
-    EXPECT_FALSE(openAfterAccept);
-}
-
 } // namespace
