@@ -9,6 +9,7 @@
 // - all text shows whole: no widget smaller than it needs, none over another
 //   or out of its parent, no list row lower than its text, and windows grown
 //   to fit, never below their size.
+#include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QAccessibleInterface>
@@ -67,11 +68,19 @@ Stop tab(int index, const char *where)
             }};
 }
 
-// OK on an empty field: the alert over the prompt.
+// OK on an empty field: the alert over the prompt, application-modal as the
+// prompt is, with the one button "确定"; the prompt stays.
 QWidget *emptyPasswordAlert(QWidget *window)
 {
     uitest::click(window, "okButton");
-    return child<QMessageBox>(window, "alertBox");
+    auto *box = child<QMessageBox>(window, "alertBox");
+    QStringList buttons;
+    for (const QAbstractButton *button : box->buttons())
+        buttons << button->text();
+    EXPECT_EQ(buttons, QStringList{QString::fromUtf8("确定")});
+    EXPECT_TRUE(box->isVisible() && box->windowModality() == Qt::ApplicationModal);
+    EXPECT_TRUE(window->isVisible());
+    return box;
 }
 
 // Return on an empty field alerts as the button does and leaves the focus in
