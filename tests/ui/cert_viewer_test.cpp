@@ -125,101 +125,61 @@ TEST_F(DetailTab, ColumnsKeepTheirLimitsAndRowsTheirHeight)
     EXPECT_EQ(m_table->textElideMode(), Qt::ElideRight);
 }
 
-// Shows the viewer over a parent and returns its window: the call returns at
-// once, with a window of its own, owned by the parent and shown.
-QPointer<QWidget> viewerOver(QWidget &parent, TAVIK_CERT_st *cert)
-{
-    const int before = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow")).size();
-    EXPECT_EQ(TavikPKIUIDisplayCert(&parent, cert), 1);
-    const auto viewers = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
-    EXPECT_EQ(viewers.size(), before + 1);
-    if (viewers.isEmpty())
-        return nullptr;
-    QWidget *viewer = viewers.last();
-    EXPECT_TRUE(viewer->isWindow() && viewer->isVisible());
-    EXPECT_EQ(viewer->windowTitle(), QStringLiteral("证书"));
-    EXPECT_EQ(viewer->size(), QSize(400, 450));
-    return viewer;
-}
-
 class PathTab : public ::testing::Test {
   protected:
     void SetUp() override
     {
         ASSERT_EQ(TavikPKICertStoreAddTrustedFile(fixturePath("rsa-root.pem").c_str()), 1);
         ASSERT_EQ(TavikPKICertStoreAddIntermediateFile(fixturePath("rsa-inter.pem").c_str()), 1);
-        m_parent.show();
     }
     void TearDown() override { TavikPKICertStoreClear(); }
-
-    // The path tab of a viewer over the parent, shown.
-    pkiui::ShowCertPathDlg *pathTabOf(QWidget *viewer)
-    {
-        child<QTabWidget>(viewer, "tabs")->setCurrentIndex(2);
-        auto *tab = viewer->findChild<pkiui::ShowCertPathDlg *>();
-        m_table = tab->certTableView();
-        return tab;
-    }
-    int selectedRow() const
-    {
-        const auto rows = m_table->selectionModel()->selectedRows();
-        return rows.size() == 1 ? rows.first().row() : -1;
-    }
-
-    QWidget m_parent;
-    QTableView *m_table = nullptr;
 };
 
-TEST_F(PathTab, AfterLoadingTheViewedCertificateIsSelectedWithItsStatus)
-{
-    struct Case {
-        const char *file;
-        int rows;
-        QString status;
-        QString reason; // the viewed certificate's row and the status field's tooltip
-    };
-    for (const Case &c :
-         {Case{"rsa-leaf", 3, "该证书没有问题", "该证书验证通过"},
-          Case{"orphan-leaf", 1, "没有足够信息，不能验证该证书", "找不到颁发者“Vanished CA”"}}) {
-        const tavik::CertPtr cert = loadCert(c.file);
-        QPointer<QWidget> viewer = viewerOver(m_parent, cert.get());
-        ASSERT_NE(viewer, nullptr);
-        pathTabOf(viewer);
-        EXPECT_EQ(m_table->model()->rowCount(), c.rows) << c.file;
-        EXPECT_EQ(selectedRow(), c.rows - 1) << c.file;
-        EXPECT_FALSE(child<QPushButton>(viewer, "lookUpButton")->isEnabled()) << c.file;
-        EXPECT_EQ(child<QLineEdit>(viewer, "certStatusTextField")->text(), c.status) << c.file;
-        EXPECT_EQ(child<QLineEdit>(viewer, "certStatusTextField")->toolTip(), c.reason) << c.file;
-        EXPECT_EQ(m_table->model()->index(c.rows - 1, 0).data(Qt::ToolTipRole).toString(), c.reason)
-            << c.file;
-        delete viewer;
-    }
-}
-
-TEST_F(PathTab, ViewingTheRootOpensASecondViewerWhileTheFirstStays)
+// The viewer over a parent returns at once, in a window of its own that the
+// parent owns. Its path tab selects the viewed certificate and shows its
+// status, with the reason as tooltip; viewing the root opens a second viewer
+// over the first, whose "确定" only hides it, and the hidden one is released.
+TEST_F(PathTab, SelectsTheViewedCertificateAndViewsTheRootInASecondViewer)
 {
     const tavik::CertPtr cert = loadCert("rsa-leaf");
-    QPointer<QWidget> viewer = viewerOver(m_parent, cert.get());
-    ASSERT_NE(viewer, nullptr);
-    pkiui::ShowCertPathDlg *tab = pathTabOf(viewer);
-    auto *lookUp = child<QPushButton>(viewer, "lookUpButton");
+    QWidget parent;
+    parent.show();
+    EXPECT_EQ(TavikPKIUIDisplayCert(&parent, cert.get()), 1);
+    const auto viewers = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
+    ASSERT_EQ(viewers.size(), 1);
+    const QPointer<QWidget> viewer = viewers.first();
+    EXPECT_TRUE(viewer->isWindow() && viewer->isVisible());
+    EXPECT_EQ(viewer->windowTitle(), QStringLiteral("证书"));
+    EXPECT_EQ(viewer->size(), QSize(400, 450));
 
-    clickRow(m_table, 0);
+    child<QTabWidget>(viewer, "tabs")->setCurrentIndex(2);
+    auto *tab = viewer->findChild<pkiui::ShowCertPathDlg *>();
+    QTableView *table = tab->certTableView();
+    auto *lookUp = child<QPushButton>(viewer, "lookUpButton");
+    auto *status = child<QLineEdit>(viewer, "certStatusTextField");
+    const QString reason = QStringLiteral("该证书验证通过");
+    ASSERT_EQ(table->model()->rowCount(), 3);
+    EXPECT_EQ(table->selectionModel()->selectedRows(),
+              QModelIndexList{table->model()->index(2, 0)});
+    EXPECT_FALSE(lookUp->isEnabled());
+    EXPECT_EQ(status->text(), QStringLiteral("该证书没有问题"));
+    EXPECT_EQ(status->toolTip(), reason);
+    EXPECT_EQ(table->model()->index(2, 0).data(Qt::ToolTipRole).toString(), reason);
+
+    clickRow(table, 0);
     EXPECT_TRUE(lookUp->isEnabled());
     ASSERT_EQ(tab->selectedCert(), tab->model().certPaths().front().cert);
     QTest::mouseClick(lookUp, Qt::LeftButton);
     const auto nested = viewer->findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
     ASSERT_EQ(nested.size(), 1) << "over the first viewer's window";
     EXPECT_TRUE(nested.first()->isVisible());
-    EXPECT_TRUE(viewer->isVisible());
     EXPECT_EQ(child<QLabel>(nested.first(), "subjectLabel")->text(), "Tavik Test Root CA");
 
-    clickRow(m_table, 2);
+    clickRow(table, 2);
     EXPECT_FALSE(lookUp->isEnabled());
     EXPECT_EQ(tab->selectedCert(), nullptr);
 
-    // A viewer over a parent: "确定" only hides it, and the hidden one is released.
-    QPointer<QWidget> second = nested.first();
+    const QPointer<QWidget> second = nested.first();
     click(second, "okButton");
     EXPECT_FALSE(second->isVisible());
     EXPECT_TRUE(viewer->isVisible());
@@ -240,10 +200,6 @@ TEST(DisplayCert, ACertificateTheViewerRefusesAlertsAndReturnsZero)
     EXPECT_EQ(alerts.lastOwner(), &parent) << "over the parent when there is one";
     EXPECT_EQ(script.dialogsShown(), 0);
 }
-
-} // namespace
-
-namespace {
 
 // The three table adapters keep Qt's model rules (counts, indexes, parents,
 // signals) through loads, reloads, every filter and selections.
