@@ -1,5 +1,6 @@
 // The lists' context menus: copy, export and the fingerprint check, held
 // against what the openssl command says of the same certificates.
+#include <QAbstractItemModelTester>
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
@@ -79,7 +80,33 @@ class CertActions : public ::testing::Test {
     pkiui::ShowCertPathDlg m_path; // root, intermediate, leaf
     pkiui::SelectCertDlg m_chooser;
     QTemporaryDir m_dir;
+    // The three table adapters keep Qt's model rules (counts, indexes,
+    // parents, signals) through every test here.
+    using Mode = QAbstractItemModelTester::FailureReportingMode;
+    QAbstractItemModelTester m_detailRules{m_detail.certTableView()->model(), Mode::Fatal};
+    QAbstractItemModelTester m_pathRules{m_path.certTableView()->model(), Mode::Fatal};
+    QAbstractItemModelTester m_chooserRules{m_chooser.certTableView()->model(), Mode::Fatal};
 };
+
+// What the other tests do not: reloads, every filter, an emptied list.
+TEST_F(CertActions, AdaptersKeepQtsModelRulesThroughReloadsAndFilters)
+{
+    const tavik::CertPtr root = loadCert("rsa-root");
+    auto *filter = child<QComboBox>(&m_detail, "filterPopUp");
+    for (TAVIK_CERT_st *cert : {root.get(), m_leaf.get()}) {
+        ASSERT_EQ(m_detail.setCertHandle(cert), 1);
+        ASSERT_EQ(m_path.setCertHandle(cert), 1);
+        for (int i = 0; i < filter->count(); ++i) {
+            filter->setCurrentIndex(i);
+            if (m_detail.certTableView()->model()->rowCount() > 0)
+                clickRow(m_detail.certTableView(), 0);
+        }
+    }
+    TAVIK_CERT_st *certs[] = {m_leaf.get(), root.get()};
+    m_chooser.setCertificateHandles(certs, 2);
+    clickRow(m_chooser.certTableView(), 1);
+    m_chooser.setCertificateHandles(certs, 0);
+}
 
 TEST_F(CertActions, CopyPutsTheShownTextOnTheClipboardAndNothingWithoutARow)
 {

@@ -1,6 +1,5 @@
 // The certificate viewer: its container, the details tab, the path tab and
 // the two ways TavikPKIUIDisplayCert shows it.
-#include <QAbstractItemModelTester>
 #include <QComboBox>
 #include <QHeaderView>
 #include <QLabel>
@@ -14,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include "Tavik_PKI_Crypto_UI.h"
-#include "select_cert_dlg.hpp"
 #include "show_cert_detail_dlg.hpp"
 #include "show_cert_info_dlg.hpp"
 #include "show_cert_path_dlg.hpp"
@@ -199,39 +197,6 @@ TEST(DisplayCert, ACertificateTheViewerRefusesAlertsAndReturnsZero)
     EXPECT_EQ(alerts.texts(), (QStringList{"读取证书信息失败", "读取证书信息失败"}));
     EXPECT_EQ(alerts.lastOwner(), &parent) << "over the parent when there is one";
     EXPECT_EQ(script.dialogsShown(), 0);
-}
-
-// The three table adapters keep Qt's model rules (counts, indexes, parents,
-// signals) through loads, reloads, every filter and selections.
-TEST(TableAdapters, KeepQtsModelRules)
-{
-    const tavik::CertPtr leaf = loadCert("rsa-leaf");
-    const tavik::CertPtr root = loadCert("rsa-root");
-    using Mode = QAbstractItemModelTester::FailureReportingMode;
-
-    pkiui::ShowCertDetailDlg details;
-    QAbstractItemModelTester detailRules(details.certTableView()->model(), Mode::Fatal);
-    auto *filter = child<QComboBox>(&details, "filterPopUp");
-    for (TAVIK_CERT_st *cert : {leaf.get(), root.get()}) {
-        ASSERT_EQ(details.setCertHandle(cert), 1);
-        for (int i = 0; i < filter->count(); ++i) {
-            filter->setCurrentIndex(i);
-            if (details.certTableView()->model()->rowCount() > 0)
-                clickRow(details.certTableView(), 0);
-        }
-    }
-
-    pkiui::ShowCertPathDlg path;
-    QAbstractItemModelTester pathRules(path.certTableView()->model(), Mode::Fatal);
-    for (TAVIK_CERT_st *cert : {leaf.get(), root.get()})
-        ASSERT_EQ(path.setCertHandle(cert), 1);
-
-    pkiui::SelectCertDlg chooser;
-    QAbstractItemModelTester chooserRules(chooser.certTableView()->model(), Mode::Fatal);
-    TAVIK_CERT_st *certs[] = {leaf.get(), root.get()};
-    chooser.setCertificateHandles(certs, 2);
-    clickRow(chooser.certTableView(), 1);
-    chooser.setCertificateHandles(certs, 0);
 }
 
 } // namespace
