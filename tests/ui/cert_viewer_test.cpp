@@ -27,39 +27,16 @@ using uitest::click;
 using uitest::clickRow;
 using uitest::loadCert;
 
-// Each tab notes when it receives the certificate.
-template <class Tab> class Recording final : public Tab {
-  public:
-    Recording(QStringList &log, QString name) : m_log(log), m_name(std::move(name)) {}
-    int setCertHandle(TAVIK_CERT_st *cert) override
-    {
-        m_log << m_name;
-        return Tab::setCertHandle(cert);
-    }
-
-  private:
-    QStringList &m_log;
-    QString m_name;
-};
-
-TEST(Viewer, ShowsTabsInScreenOrderAndFillsThemGeneralPathDetails)
+TEST(Viewer, ShowsItsTabsInScreenOrder)
 {
     const tavik::CertPtr cert = loadCert("rsa-leaf");
     pkiui::ShowCertInfoDlg viewer;
-    QStringList calls;
-    viewer.setShowCertRoutineDlg(new Recording<pkiui::ShowCertRoutineDlg>(calls, "general"));
-    viewer.setShowCertDetailDlg(new Recording<pkiui::ShowCertDetailDlg>(calls, "details"));
-    viewer.setShowCertPathDlg(new Recording<pkiui::ShowCertPathDlg>(calls, "path"));
-    EXPECT_EQ(viewer.setCertHandle(nullptr), 0);
-    EXPECT_TRUE(calls.isEmpty());
     EXPECT_EQ(viewer.setCertHandle(cert.get()), 1);
-    EXPECT_EQ(calls, (QStringList{"general", "path", "details"}));
-
     auto *tabs = child<QTabWidget>(&viewer, "tabs");
-    ASSERT_EQ(tabs->count(), 3);
-    EXPECT_EQ(tabs->tabText(0), QStringLiteral("常规"));
-    EXPECT_EQ(tabs->tabText(1), QStringLiteral("详细信息"));
-    EXPECT_EQ(tabs->tabText(2), QStringLiteral("证书路径"));
+    QStringList titles;
+    for (int i = 0; i < tabs->count(); ++i)
+        titles << tabs->tabText(i);
+    EXPECT_EQ(titles, QString::fromUtf8("常规|详细信息|证书路径").split('|'));
     EXPECT_EQ(tabs->widget(0), viewer.showCertRoutineDlg());
     EXPECT_EQ(tabs->widget(1), viewer.showCertDetailDlg());
     EXPECT_EQ(tabs->widget(2), viewer.showCertPathDlg());
