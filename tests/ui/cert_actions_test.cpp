@@ -1,11 +1,13 @@
-// The lists' context menus: copy, export and the fingerprint check, held
-// against what the openssl command says of the same certificates.
+// The three lists (details, path, chooser) and their context menus: Qt's
+// model rules, the detail filter and columns; copy, export and the
+// fingerprint check, held against what the openssl command says.
 #include <QAbstractItemModelTester>
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
 #include <QFile>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -158,21 +160,52 @@ TEST_F(CertActions, CopyPutsTheShownTextOnTheClipboardAndNothingWithoutARow)
     }
 }
 
-TEST_F(CertActions, CopyAllGivesEveryShownRowAsNameAndContentInListOrder)
+// A filter chosen by the keyboard, or chosen again, reloads the rows and
+// clears the pane; Copy all then gives every shown row as "name: content".
+TEST_F(CertActions, FilterClearsThePaneAndCopyAllGivesEveryShownRowInListOrder)
 {
     QTableView *table = m_detail.certTableView();
-    m_detail.handlePopUpBtn(2); // only extensions: a few rows
+    auto *filter = child<QComboBox>(&m_detail, "filterPopUp");
+    const auto pane = [this] {
+        return child<QPlainTextEdit>(&m_detail, "detailValue")->toPlainText();
+    };
+    const int all = table->model()->rowCount();
+    clickRow(table, 0);
+    ASSERT_FALSE(pane().isEmpty());
+    QTest::keyClick(filter, Qt::Key_Down); // "只有版本 1 域"
+    QTest::keyClick(filter, Qt::Key_Down); // "只有扩展": a few rows
+    EXPECT_EQ(filter->currentIndex(), 2);
+    EXPECT_TRUE(pane().isEmpty());
+    ASSERT_LT(table->model()->rowCount(), all);
+    ASSERT_GE(table->model()->rowCount(), 2);
+
     QString expected;
     for (int row = 0; row < table->model()->rowCount(); ++row) {
         clickRow(table, row);
         expected += table->model()->index(row, 0).data().toString() + QStringLiteral(": ") +
-                    child<QPlainTextEdit>(&m_detail, "detailValue")->toPlainText() +
-                    QLatin1Char('\n');
+                    pane() + QLatin1Char('\n');
     }
-    ASSERT_GE(table->model()->rowCount(), 2);
-    table->clearSelection();
+    m_detail.handlePopUpBtn(2); // the entry already shown
+    EXPECT_TRUE(pane().isEmpty());
     trigger(table, "copyAllAction");
     EXPECT_EQ(clipboard(), expected);
+}
+
+TEST_F(CertActions, ColumnsKeepTheirLimitsAndRowsTheirHeight)
+{
+    struct Case {
+        int column, asked, kept;
+    };
+    QHeaderView *header = m_detail.certTableView()->horizontalHeader();
+    EXPECT_EQ(header->sectionSize(0), 130);
+    EXPECT_EQ(header->sectionSize(1), 140);
+    for (const Case c : {Case{0, 10, 60}, Case{0, 400, 150}, Case{1, 10, 130}, Case{1, 400, 200},
+                         Case{1, 170, 170}}) {
+        header->resizeSection(c.column, c.asked);
+        EXPECT_EQ(header->sectionSize(c.column), c.kept) << c.column << " asked " << c.asked;
+    }
+    EXPECT_EQ(m_detail.certTableView()->rowHeight(0), 20);
+    EXPECT_EQ(m_detail.certTableView()->textElideMode(), Qt::ElideRight);
 }
 
 TEST_F(CertActions, ExportWritesWhatOpensslWritesByTheFilesSuffixOrAlerts)

@@ -1,10 +1,7 @@
-// The certificate viewer: its container, the details tab, the path tab and
-// the two ways TavikPKIUIDisplayCert shows it.
-#include <QComboBox>
-#include <QHeaderView>
+// The certificate viewer: its tabs, the path tab of a viewer over a parent,
+// and a certificate it refuses.
 #include <QLabel>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QPointer>
 #include <QPushButton>
 #include <QTabWidget>
@@ -40,64 +37,6 @@ TEST(Viewer, ShowsItsTabsInScreenOrder)
     EXPECT_EQ(tabs->widget(0), viewer.showCertRoutineDlg());
     EXPECT_EQ(tabs->widget(1), viewer.showCertDetailDlg());
     EXPECT_EQ(tabs->widget(2), viewer.showCertPathDlg());
-}
-
-class DetailTab : public ::testing::Test {
-  protected:
-    void SetUp() override
-    {
-        ASSERT_EQ(m_tab.setCertHandle(m_cert.get()), 1);
-        m_table = m_tab.certTableView();
-        m_tab.resize(368, 320);
-        m_tab.show();
-    }
-    QString pane() { return child<QPlainTextEdit>(&m_tab, "detailValue")->toPlainText(); }
-
-    const tavik::CertPtr m_cert = loadCert("ext-std");
-    pkiui::ShowCertDetailDlg m_tab;
-    QTableView *m_table = nullptr;
-};
-
-TEST_F(DetailTab, SelectingARowShowsItsContentAndEveryFilterChoiceClearsIt)
-{
-    const int all = m_table->model()->rowCount();
-    ASSERT_GT(all, 10);
-    clickRow(m_table, 1);
-    const auto *row = m_tab.model().rowAt(1);
-    ASSERT_NE(row, nullptr);
-    EXPECT_EQ(m_table->model()->index(1, 0).data().toString(), QString::fromStdString(row->name));
-    EXPECT_EQ(pane(), QString::fromStdString(row->content).replace("\r\n", "\n"));
-
-    auto *filter = child<QComboBox>(&m_tab, "filterPopUp");
-    QTest::keyClick(filter, Qt::Key_Down); // "只有版本 1 域"
-    EXPECT_EQ(filter->currentIndex(), 1);
-    EXPECT_TRUE(pane().isEmpty());
-    const int version1 = m_table->model()->rowCount();
-    EXPECT_GT(version1, 0);
-    EXPECT_LT(version1, all);
-
-    clickRow(m_table, 0);
-    EXPECT_FALSE(pane().isEmpty());
-    m_tab.handlePopUpBtn(1); // the entry already shown
-    EXPECT_TRUE(pane().isEmpty());
-    EXPECT_EQ(m_table->model()->rowCount(), version1);
-}
-
-TEST_F(DetailTab, ColumnsKeepTheirLimitsAndRowsTheirHeight)
-{
-    struct Case {
-        int column, asked, kept;
-    };
-    QHeaderView *header = m_table->horizontalHeader();
-    EXPECT_EQ(header->sectionSize(0), 130);
-    EXPECT_EQ(header->sectionSize(1), 140);
-    for (const Case c : {Case{0, 10, 60}, Case{0, 400, 150}, Case{1, 10, 130}, Case{1, 400, 200},
-                         Case{1, 170, 170}}) {
-        header->resizeSection(c.column, c.asked);
-        EXPECT_EQ(header->sectionSize(c.column), c.kept) << c.column << " asked " << c.asked;
-    }
-    EXPECT_EQ(m_table->rowHeight(0), 20);
-    EXPECT_EQ(m_table->textElideMode(), Qt::ElideRight);
 }
 
 class PathTab : public ::testing::Test {
