@@ -20,7 +20,7 @@ wait_for_windows() {
         [ "$(windows | wc -l)" -eq "$1" ] && return 0
         sleep 0.1
     done
-    fail "expected $1 window(s) of the demo"
+    fail "expected $1 window(s) of the host"
 }
 # Waits until a window of the host other than those given has the keyboard focus.
 wait_for_focus() {
