@@ -25,15 +25,9 @@ const QString kBadCharacter = QString::fromUtf8("密码包含错误的字符");
 using pkiui::test::openScripted;
 using uitest::Buffer;
 
-enum class Entry { GetPassword, VerifyPassword };
-
-std::string entryName(const ::testing::TestParamInfo<Entry> &info)
-{
-    return info.param == Entry::GetPassword ? "GetPassword" : "VerifyPassword";
-}
-
-// Each test runs one entry with a device that accepts whatever PIN it gets.
-class PasswordEntry : public ::testing::TestWithParam<Entry> {
+// Each test runs one entry, VerifyPassword when the parameter is true, with a
+// device that accepts whatever PIN it gets.
+class PasswordEntry : public ::testing::TestWithParam<bool> {
   protected:
     void SetUp() override
     {
@@ -43,9 +37,8 @@ class PasswordEntry : public ::testing::TestWithParam<Entry> {
 
     int call(const char *msg, char **pwd)
     {
-        if (GetParam() == Entry::GetPassword)
-            return TavikPKIUIGetPassword(nullptr, msg, pwd);
-        return TavikPKIUIVerifyPassword(nullptr, m_device.get(), 1, msg, pwd);
+        return GetParam() ? TavikPKIUIVerifyPassword(nullptr, m_device.get(), 1, msg, pwd)
+                          : TavikPKIUIGetPassword(nullptr, msg, pwd);
     }
 
     tavik::DevicePtr m_device;
@@ -95,7 +88,7 @@ TEST_P(PasswordEntry, EndingTheDialogLeavesNothingInTheField)
 // subject in it cannot restyle the prompt), and never wider than the window.
 TEST_P(PasswordEntry, WindowShowsMessageDefaultOrNothing)
 {
-    const QSize size = GetParam() == Entry::GetPassword ? QSize(400, 120) : QSize(400, 180);
+    const QSize size = GetParam() ? QSize(400, 180) : QSize(400, 120);
     const std::string longMessage(10000, 'w');
     struct Case {
         const char *msg;
@@ -128,8 +121,9 @@ TEST_P(PasswordEntry, WindowShowsMessageDefaultOrNothing)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(BothEntries, PasswordEntry,
-                         ::testing::Values(Entry::GetPassword, Entry::VerifyPassword), entryName);
+INSTANTIATE_TEST_SUITE_P(BothEntries, PasswordEntry, ::testing::Bool(), [](const auto &info) {
+    return std::string(info.param ? "VerifyPassword" : "GetPassword");
+});
 
 // The plain dialog hands any text over; its buffer is sized for ASCII only.
 TEST(GetPassword, ChineseCharacterDoesNotFitItsBuffer)
