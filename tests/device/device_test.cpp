@@ -1,19 +1,16 @@
 // PIN checks against a real SoftHSM2 token (label pkiui-test, user PIN 1234,
-// SO PIN 87654321, made by softhsm-setup.sh), and the scripted device for the
-// counts and locking SoftHSM2 never produces.
+// SO PIN 87654321, made by softhsm-setup.sh). The counts and locking SoftHSM2
+// never produces are the PIN dialog's tests, over the scripted device.
 #include <gtest/gtest.h>
 
-#include "fixtures.hpp"
 #include "tavik_pki.h"
 #include "tavik_ptr.hpp"
 
 namespace {
 
-using pkiui::test::openScripted;
-
 constexpr const char *kLabel = "pkiui-test";
-constexpr int kSo = 0;
-constexpr int kUser = 1;
+constexpr int kSo = 0, kUser = 1;
+constexpr int kIncorrect = TAVIK_ERR_PIN_INCORRECT, kArgument = TAVIK_ERR_ARGUMENT;
 
 tavik::DevicePtr open(const char *module, const char *label, int *rc)
 {
@@ -47,27 +44,27 @@ class SoftHsm : public ::testing::Test {
     int retry = 42;
 };
 
-TEST_F(SoftHsm, UserPinRightWrongRight)
+// Logins in a row: each is undone and a rejection leaves nothing behind, so
+// neither refuses the next right PIN of either type.
+TEST_F(SoftHsm, EachPinTypeTakesItsOwnPinOnly)
 {
-    EXPECT_EQ(verify(token, kUser, "1234", &retry), 1);
-    EXPECT_EQ(verify(token, kUser, "4321", &retry), TAVIK_ERR_PIN_INCORRECT);
-    // SoftHSM2 only flags a low count; it never locks.
-    EXPECT_TRUE(retry == -1 || retry == 1) << retry;
-    EXPECT_EQ(triesLeft(token, kUser), retry);
-    // A rejection leaves nothing behind that would refuse the right PIN.
-    EXPECT_EQ(verify(token, kUser, "1234", &retry), 1);
-    EXPECT_EQ(verify(token, kUser, "1234", &retry), 1);
-}
-
-TEST_F(SoftHsm, PinTypeSelectsSecurityOfficerOrUser)
-{
-    EXPECT_EQ(verify(token, kSo, "87654321", &retry), 1);
-    EXPECT_EQ(verify(token, kSo, "1234", &retry), TAVIK_ERR_PIN_INCORRECT);
-    EXPECT_EQ(verify(token, kUser, "87654321", &retry), TAVIK_ERR_PIN_INCORRECT);
-    // Each login was undone, so the other type can log in right after.
-    EXPECT_EQ(verify(token, kUser, "1234", &retry), 1);
-    EXPECT_EQ(verify(token, kSo, "87654321", &retry), 1);
-    EXPECT_EQ(triesLeft(token, kSo), -1);
+    struct Step {
+        int pinType;
+        const char *pin;
+        int rc;
+    };
+    for (const Step s :
+         {Step{kUser, "1234", 1}, Step{kUser, "4321", kIncorrect}, Step{kUser, "1234", 1},
+          Step{kUser, "1234", 1}, Step{kSo, "87654321", 1}, Step{kSo, "1234", kIncorrect},
+          Step{kUser, "87654321", kIncorrect}, Step{kUser, "1234", 1}, Step{kSo, "87654321", 1}}) {
+        retry = 42;
+        EXPECT_EQ(verify(token, s.pinType, s.pin, &retry), s.rc) << s.pinType << " " << s.pin;
+        if (s.rc == 1)
+            continue;
+        // SoftHSM2 only flags a low count; it never locks.
+        EXPECT_TRUE(retry == -1 || retry == 1) << retry;
+        EXPECT_EQ(triesLeft(token, s.pinType), retry);
+    }
 }
 
 TEST_F(SoftHsm, TwoHandlesOnOneModuleLiveIndependently)
@@ -82,19 +79,17 @@ TEST_F(SoftHsm, TwoHandlesOnOneModuleLiveIndependently)
 
 TEST_F(SoftHsm, RefusesNullArgumentsAndUnknownPinTypes)
 {
-    EXPECT_EQ(TavikPKIDeviceOpen(SOFTHSM_MODULE, kLabel, nullptr), TAVIK_ERR_ARGUMENT);
-    EXPECT_EQ(triesLeft(nullptr, kUser), 100 + TAVIK_ERR_ARGUMENT);
-    EXPECT_EQ(TavikPKICryptoGetPwdRetryNum(token.get(), kUser, nullptr), TAVIK_ERR_ARGUMENT);
-    EXPECT_EQ(verify(nullptr, kUser, "1234", &retry), TAVIK_ERR_ARGUMENT);
-    EXPECT_EQ(verify(token, kUser, nullptr, &retry), TAVIK_ERR_ARGUMENT);
-    EXPECT_EQ(verify(token, kUser, "1234", nullptr), TAVIK_ERR_ARGUMENT);
+    EXPECT_EQ(TavikPKIDeviceOpen(SOFTHSM_MODULE, kLabel, nullptr), kArgument);
+    EXPECT_EQ(triesLeft(nullptr, kUser), 100 + kArgument);
+    EXPECT_EQ(TavikPKICryptoGetPwdRetryNum(token.get(), kUser, nullptr), kArgument);
+    EXPECT_EQ(verify(nullptr, kUser, "1234", &retry), kArgument);
+    EXPECT_EQ(verify(token, kUser, nullptr, &retry), kArgument);
+    EXPECT_EQ(verify(token, kUser, "1234", nullptr), kArgument);
     for (int pinType : {-1, 2}) {
-        EXPECT_EQ(triesLeft(token, pinType), 100 + TAVIK_ERR_ARGUMENT);
-        EXPECT_EQ(verify(token, pinType, "1234", &retry), TAVIK_ERR_ARGUMENT);
+        EXPECT_EQ(triesLeft(token, pinType), 100 + kArgument);
+        EXPECT_EQ(verify(token, pinType, "1234", &retry), kArgument);
     }
     EXPECT_EQ(retry, 42) << "failures write nothing";
-    EXPECT_EQ(TavikPKIDeviceScriptedVerifyCalls(token.get()), -1);
-    EXPECT_EQ(TavikPKIDeviceScriptedVerifyCalls(nullptr), -1);
 }
 
 TEST(DeviceOpen, FindsTokenByExactLabelInModuleOrRegisteredModules)
@@ -115,49 +110,6 @@ TEST(DeviceOpen, FindsTokenByExactLabelInModuleOrRegisteredModules)
         EXPECT_EQ(open(module, kLabel, &rc), nullptr) << module;
         EXPECT_EQ(rc, TAVIK_ERR_DEVICE) << module;
     }
-}
-
-TEST(ScriptedDevice, CountsDownToLockedAndLastAnswerRepeats)
-{
-    tavik::DevicePtr device = openScripted(1, 3, {{-5, 2}, {-5, 0}});
-    ASSERT_TRUE(device);
-    int retry = 42;
-    EXPECT_EQ(triesLeft(device, kUser), 3);
-    EXPECT_EQ(verify(device, kUser, "1", &retry), -5);
-    EXPECT_EQ(retry, 2);
-    EXPECT_EQ(triesLeft(device, kUser), 2);
-    for (int i = 0; i < 2; ++i) {
-        retry = 42;
-        EXPECT_EQ(verify(device, kUser, "1", &retry), -5);
-        EXPECT_EQ(retry, 0);
-    }
-    EXPECT_EQ(triesLeft(device, kUser), 0);
-    // Refused arguments never reach the device.
-    EXPECT_EQ(verify(device, 2, "1", &retry), TAVIK_ERR_ARGUMENT);
-    EXPECT_EQ(TavikPKIDeviceScriptedVerifyCalls(device.get()), 3);
-}
-
-TEST(ScriptedDevice, PassesResultsThroughAndKeepsCountOnUnknownRetry)
-{
-    tavik::DevicePtr device = openScripted(1, 3, {{65536, -1}, {-3, 7}, {1, 5}});
-    ASSERT_TRUE(device);
-    int retry = 0;
-    EXPECT_EQ(verify(device, kUser, "x", &retry), 65536);
-    EXPECT_EQ(retry, -1);
-    EXPECT_EQ(triesLeft(device, kUser), 3);
-    EXPECT_EQ(verify(device, kUser, "x", &retry), -3);
-    EXPECT_EQ(retry, 7);
-    EXPECT_EQ(verify(device, kSo, "x", &retry), 1);
-    EXPECT_EQ(triesLeft(device, kUser), 5);
-
-    device = openScripted(-7, 3, {});
-    ASSERT_TRUE(device);
-    EXPECT_EQ(triesLeft(device, kUser), 100 - 7);
-    EXPECT_EQ(verify(device, kUser, "1234", &retry), TAVIK_ERR_DEVICE);
-    EXPECT_EQ(TavikPKIDeviceScriptedVerifyCalls(device.get()), 1);
-    TAVIK_PKI_DEVICE_HANDLE_st *out = nullptr;
-    EXPECT_EQ(TavikPKIDeviceOpenScripted(1, 3, nullptr, 1, &out), TAVIK_ERR_ARGUMENT);
-    EXPECT_EQ(out, nullptr);
 }
 
 } // namespace

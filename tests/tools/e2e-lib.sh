@@ -15,13 +15,12 @@ fail() {
     exit 1
 }
 windows() { xdotool search --onlyvisible --pid "$pid" 2>/dev/null || true; }
-first_window() { timeout 20 xdotool search --sync --onlyvisible --pid "$pid" | head -n 1; }
 wait_for_windows() {
     for _ in $(seq 200); do
         [ "$(windows | wc -l)" -eq "$1" ] && return 0
         sleep 0.1
     done
-    fail "expected $1 window(s) of the demo"
+    fail "expected $1 window(s) of the host"
 }
 # Waits until a window of the host other than those given has the keyboard focus.
 wait_for_focus() {
@@ -46,4 +45,22 @@ await() {
         sleep 0.1
     done
     fail "no line '$1'"
+}
+# Waits for the host's line that starts as the expected one does; fails with
+# the message unless it is that line.
+expect() { [ "$(await "^${1%%: *}: ")" = "$1" ] || fail "$2"; }
+# Types the text, if any, and presses Return.
+answer() {
+    [ -z "$1" ] || xdotool type --delay 30 "$1"
+    xdotool key Return
+}
+# An answer the dialog refuses: Return also closes the alert over it, and the
+# focus is back in the field for the next answer.
+refused() {
+    local shown
+    shown=$(windows | wc -l)
+    answer "$1"
+    wait_for_windows $((shown + 1))
+    xdotool key Return
+    wait_for_windows "$shown"
 }

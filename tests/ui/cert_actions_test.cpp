@@ -1,10 +1,13 @@
-// The lists' context menus: copy, export and the fingerprint check, held
-// against what the openssl command says of the same certificates.
+// The three lists (details, path, chooser) and their context menus: Qt's
+// model rules, the detail filter and columns; copy, export and the
+// fingerprint check, held against what the openssl command says.
+#include <QAbstractItemModelTester>
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
 #include <QFile>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -79,7 +82,33 @@ class CertActions : public ::testing::Test {
     pkiui::ShowCertPathDlg m_path; // root, intermediate, leaf
     pkiui::SelectCertDlg m_chooser;
     QTemporaryDir m_dir;
+    // The three table adapters keep Qt's model rules (counts, indexes,
+    // parents, signals) through every test here.
+    using Mode = QAbstractItemModelTester::FailureReportingMode;
+    QAbstractItemModelTester m_detailRules{m_detail.certTableView()->model(), Mode::Fatal};
+    QAbstractItemModelTester m_pathRules{m_path.certTableView()->model(), Mode::Fatal};
+    QAbstractItemModelTester m_chooserRules{m_chooser.certTableView()->model(), Mode::Fatal};
 };
+
+// What the other tests do not: reloads, every filter, an emptied list.
+TEST_F(CertActions, AdaptersKeepQtsModelRulesThroughReloadsAndFilters)
+{
+    const tavik::CertPtr root = loadCert("rsa-root");
+    auto *filter = child<QComboBox>(&m_detail, "filterPopUp");
+    for (TAVIK_CERT_st *cert : {root.get(), m_leaf.get()}) {
+        ASSERT_EQ(m_detail.setCertHandle(cert), 1);
+        ASSERT_EQ(m_path.setCertHandle(cert), 1);
+        for (int i = 0; i < filter->count(); ++i) {
+            filter->setCurrentIndex(i);
+            if (m_detail.certTableView()->model()->rowCount() > 0)
+                clickRow(m_detail.certTableView(), 0);
+        }
+    }
+    TAVIK_CERT_st *certs[] = {m_leaf.get(), root.get()};
+    m_chooser.setCertificateHandles(certs, 2);
+    clickRow(m_chooser.certTableView(), 1);
+    m_chooser.setCertificateHandles(certs, 0);
+}
 
 TEST_F(CertActions, CopyPutsTheShownTextOnTheClipboardAndNothingWithoutARow)
 {
@@ -131,21 +160,52 @@ TEST_F(CertActions, CopyPutsTheShownTextOnTheClipboardAndNothingWithoutARow)
     }
 }
 
-TEST_F(CertActions, CopyAllGivesEveryShownRowAsNameAndContentInListOrder)
+// A filter chosen by the keyboard, or chosen again, reloads the rows and
+// clears the pane; Copy all then gives every shown row as "name: content".
+TEST_F(CertActions, FilterClearsThePaneAndCopyAllGivesEveryShownRowInListOrder)
 {
     QTableView *table = m_detail.certTableView();
-    m_detail.handlePopUpBtn(2); // only extensions: a few rows
+    auto *filter = child<QComboBox>(&m_detail, "filterPopUp");
+    const auto pane = [this] {
+        return child<QPlainTextEdit>(&m_detail, "detailValue")->toPlainText();
+    };
+    const int all = table->model()->rowCount();
+    clickRow(table, 0);
+    ASSERT_FALSE(pane().isEmpty());
+    QTest::keyClick(filter, Qt::Key_Down); // "只有版本 1 域"
+    QTest::keyClick(filter, Qt::Key_Down); // "只有扩展": a few rows
+    EXPECT_EQ(filter->currentIndex(), 2);
+    EXPECT_TRUE(pane().isEmpty());
+    ASSERT_LT(table->model()->rowCount(), all);
+    ASSERT_GE(table->model()->rowCount(), 2);
+
     QString expected;
     for (int row = 0; row < table->model()->rowCount(); ++row) {
         clickRow(table, row);
         expected += table->model()->index(row, 0).data().toString() + QStringLiteral(": ") +
-                    child<QPlainTextEdit>(&m_detail, "detailValue")->toPlainText() +
-                    QLatin1Char('\n');
+                    pane() + QLatin1Char('\n');
     }
-    ASSERT_GE(table->model()->rowCount(), 2);
-    table->clearSelection();
+    m_detail.handlePopUpBtn(2); // the entry already shown
+    EXPECT_TRUE(pane().isEmpty());
     trigger(table, "copyAllAction");
     EXPECT_EQ(clipboard(), expected);
+}
+
+TEST_F(CertActions, ColumnsKeepTheirLimitsAndRowsTheirHeight)
+{
+    struct Case {
+        int column, asked, kept;
+    };
+    QHeaderView *header = m_detail.certTableView()->horizontalHeader();
+    EXPECT_EQ(header->sectionSize(0), 130);
+    EXPECT_EQ(header->sectionSize(1), 140);
+    for (const Case c : {Case{0, 10, 60}, Case{0, 400, 150}, Case{1, 10, 130}, Case{1, 400, 200},
+                         Case{1, 170, 170}}) {
+        header->resizeSection(c.column, c.asked);
+        EXPECT_EQ(header->sectionSize(c.column), c.kept) << c.column << " asked " << c.asked;
+    }
+    EXPECT_EQ(m_detail.certTableView()->rowHeight(0), 20);
+    EXPECT_EQ(m_detail.certTableView()->textElideMode(), Qt::ElideRight);
 }
 
 TEST_F(CertActions, ExportWritesWhatOpensslWritesByTheFilesSuffixOrAlerts)

@@ -1,11 +1,7 @@
-// The certificate viewer: its container, the details tab, the path tab and
-// the two ways TavikPKIUIDisplayCert shows it.
-#include <QAbstractItemModelTester>
-#include <QComboBox>
-#include <QHeaderView>
+// The certificate viewer: its tabs, the path tab of a viewer over a parent,
+// and a certificate it refuses.
 #include <QLabel>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QPointer>
 #include <QPushButton>
 #include <QTabWidget>
@@ -14,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include "Tavik_PKI_Crypto_UI.h"
-#include "select_cert_dlg.hpp"
 #include "show_cert_detail_dlg.hpp"
 #include "show_cert_info_dlg.hpp"
 #include "show_cert_path_dlg.hpp"
@@ -29,117 +24,19 @@ using uitest::click;
 using uitest::clickRow;
 using uitest::loadCert;
 
-// Each tab notes when it receives the certificate.
-template <class Tab> class Recording final : public Tab {
-  public:
-    Recording(QStringList &log, QString name) : m_log(log), m_name(std::move(name)) {}
-    int setCertHandle(TAVIK_CERT_st *cert) override
-    {
-        m_log << m_name;
-        return Tab::setCertHandle(cert);
-    }
-
-  private:
-    QStringList &m_log;
-    QString m_name;
-};
-
-TEST(Viewer, ShowsTabsInScreenOrderAndFillsThemGeneralPathDetails)
+TEST(Viewer, ShowsItsTabsInScreenOrder)
 {
     const tavik::CertPtr cert = loadCert("rsa-leaf");
     pkiui::ShowCertInfoDlg viewer;
-    QStringList calls;
-    viewer.setShowCertRoutineDlg(new Recording<pkiui::ShowCertRoutineDlg>(calls, "general"));
-    viewer.setShowCertDetailDlg(new Recording<pkiui::ShowCertDetailDlg>(calls, "details"));
-    viewer.setShowCertPathDlg(new Recording<pkiui::ShowCertPathDlg>(calls, "path"));
-    EXPECT_EQ(viewer.setCertHandle(nullptr), 0);
-    EXPECT_TRUE(calls.isEmpty());
     EXPECT_EQ(viewer.setCertHandle(cert.get()), 1);
-    EXPECT_EQ(calls, (QStringList{"general", "path", "details"}));
-
     auto *tabs = child<QTabWidget>(&viewer, "tabs");
-    ASSERT_EQ(tabs->count(), 3);
-    EXPECT_EQ(tabs->tabText(0), QStringLiteral("常规"));
-    EXPECT_EQ(tabs->tabText(1), QStringLiteral("详细信息"));
-    EXPECT_EQ(tabs->tabText(2), QStringLiteral("证书路径"));
+    QStringList titles;
+    for (int i = 0; i < tabs->count(); ++i)
+        titles << tabs->tabText(i);
+    EXPECT_EQ(titles, QString::fromUtf8("常规|详细信息|证书路径").split('|'));
     EXPECT_EQ(tabs->widget(0), viewer.showCertRoutineDlg());
     EXPECT_EQ(tabs->widget(1), viewer.showCertDetailDlg());
     EXPECT_EQ(tabs->widget(2), viewer.showCertPathDlg());
-}
-
-class DetailTab : public ::testing::Test {
-  protected:
-    void SetUp() override
-    {
-        ASSERT_EQ(m_tab.setCertHandle(m_cert.get()), 1);
-        m_table = m_tab.certTableView();
-        m_tab.resize(368, 320);
-        m_tab.show();
-    }
-    QString pane() { return child<QPlainTextEdit>(&m_tab, "detailValue")->toPlainText(); }
-
-    const tavik::CertPtr m_cert = loadCert("ext-std");
-    pkiui::ShowCertDetailDlg m_tab;
-    QTableView *m_table = nullptr;
-};
-
-TEST_F(DetailTab, SelectingARowShowsItsContentAndEveryFilterChoiceClearsIt)
-{
-    const int all = m_table->model()->rowCount();
-    ASSERT_GT(all, 10);
-    clickRow(m_table, 1);
-    const auto *row = m_tab.model().rowAt(1);
-    ASSERT_NE(row, nullptr);
-    EXPECT_EQ(m_table->model()->index(1, 0).data().toString(), QString::fromStdString(row->name));
-    EXPECT_EQ(pane(), QString::fromStdString(row->content).replace("\r\n", "\n"));
-
-    auto *filter = child<QComboBox>(&m_tab, "filterPopUp");
-    QTest::keyClick(filter, Qt::Key_Down); // "只有版本 1 域"
-    EXPECT_EQ(filter->currentIndex(), 1);
-    EXPECT_TRUE(pane().isEmpty());
-    const int version1 = m_table->model()->rowCount();
-    EXPECT_GT(version1, 0);
-    EXPECT_LT(version1, all);
-
-    clickRow(m_table, 0);
-    EXPECT_FALSE(pane().isEmpty());
-    m_tab.handlePopUpBtn(1); // the entry already shown
-    EXPECT_TRUE(pane().isEmpty());
-    EXPECT_EQ(m_table->model()->rowCount(), version1);
-}
-
-TEST_F(DetailTab, ColumnsKeepTheirLimitsAndRowsTheirHeight)
-{
-    struct Case {
-        int column, asked, kept;
-    };
-    QHeaderView *header = m_table->horizontalHeader();
-    EXPECT_EQ(header->sectionSize(0), 130);
-    EXPECT_EQ(header->sectionSize(1), 140);
-    for (const Case c : {Case{0, 10, 60}, Case{0, 400, 150}, Case{1, 10, 130}, Case{1, 400, 200},
-                         Case{1, 170, 170}}) {
-        header->resizeSection(c.column, c.asked);
-        EXPECT_EQ(header->sectionSize(c.column), c.kept) << c.column << " asked " << c.asked;
-    }
-    EXPECT_EQ(m_table->rowHeight(0), 20);
-    EXPECT_EQ(m_table->textElideMode(), Qt::ElideRight);
-}
-
-// Shows the viewer over a parent and returns its window: the call returns at
-// once, with a window of its own, owned by the parent and shown.
-QPointer<QWidget> viewerOver(QWidget &parent, TAVIK_CERT_st *cert)
-{
-    const int before = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow")).size();
-    EXPECT_EQ(TavikPKIUIDisplayCert(&parent, cert), 1);
-    const auto viewers = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
-    EXPECT_EQ(viewers.size(), before + 1);
-    if (viewers.isEmpty())
-        return nullptr;
-    QWidget *viewer = viewers.last();
-    EXPECT_TRUE(viewer->isWindow() && viewer->isVisible());
-    EXPECT_EQ(viewer->windowTitle(), QStringLiteral("证书"));
-    EXPECT_EQ(viewer->size(), QSize(400, 450));
-    return viewer;
 }
 
 class PathTab : public ::testing::Test {
@@ -148,78 +45,55 @@ class PathTab : public ::testing::Test {
     {
         ASSERT_EQ(TavikPKICertStoreAddTrustedFile(fixturePath("rsa-root.pem").c_str()), 1);
         ASSERT_EQ(TavikPKICertStoreAddIntermediateFile(fixturePath("rsa-inter.pem").c_str()), 1);
-        m_parent.show();
     }
     void TearDown() override { TavikPKICertStoreClear(); }
-
-    // The path tab of a viewer over the parent, shown.
-    pkiui::ShowCertPathDlg *pathTabOf(QWidget *viewer)
-    {
-        child<QTabWidget>(viewer, "tabs")->setCurrentIndex(2);
-        auto *tab = viewer->findChild<pkiui::ShowCertPathDlg *>();
-        m_table = tab->certTableView();
-        return tab;
-    }
-    int selectedRow() const
-    {
-        const auto rows = m_table->selectionModel()->selectedRows();
-        return rows.size() == 1 ? rows.first().row() : -1;
-    }
-
-    QWidget m_parent;
-    QTableView *m_table = nullptr;
 };
 
-TEST_F(PathTab, AfterLoadingTheViewedCertificateIsSelectedWithItsStatus)
-{
-    struct Case {
-        const char *file;
-        int rows;
-        QString status;
-        QString reason; // the viewed certificate's row and the status field's tooltip
-    };
-    for (const Case &c :
-         {Case{"rsa-leaf", 3, "该证书没有问题", "该证书验证通过"},
-          Case{"orphan-leaf", 1, "没有足够信息，不能验证该证书", "找不到颁发者“Vanished CA”"}}) {
-        const tavik::CertPtr cert = loadCert(c.file);
-        QPointer<QWidget> viewer = viewerOver(m_parent, cert.get());
-        ASSERT_NE(viewer, nullptr);
-        pathTabOf(viewer);
-        EXPECT_EQ(m_table->model()->rowCount(), c.rows) << c.file;
-        EXPECT_EQ(selectedRow(), c.rows - 1) << c.file;
-        EXPECT_FALSE(child<QPushButton>(viewer, "lookUpButton")->isEnabled()) << c.file;
-        EXPECT_EQ(child<QLineEdit>(viewer, "certStatusTextField")->text(), c.status) << c.file;
-        EXPECT_EQ(child<QLineEdit>(viewer, "certStatusTextField")->toolTip(), c.reason) << c.file;
-        EXPECT_EQ(m_table->model()->index(c.rows - 1, 0).data(Qt::ToolTipRole).toString(), c.reason)
-            << c.file;
-        delete viewer;
-    }
-}
-
-TEST_F(PathTab, ViewingTheRootOpensASecondViewerWhileTheFirstStays)
+// The viewer over a parent returns at once, in a window of its own that the
+// parent owns. Its path tab selects the viewed certificate and shows its
+// status, with the reason as tooltip; viewing the root opens a second viewer
+// over the first, whose "确定" only hides it, and the hidden one is released.
+TEST_F(PathTab, SelectsTheViewedCertificateAndViewsTheRootInASecondViewer)
 {
     const tavik::CertPtr cert = loadCert("rsa-leaf");
-    QPointer<QWidget> viewer = viewerOver(m_parent, cert.get());
-    ASSERT_NE(viewer, nullptr);
-    pkiui::ShowCertPathDlg *tab = pathTabOf(viewer);
-    auto *lookUp = child<QPushButton>(viewer, "lookUpButton");
+    QWidget parent;
+    parent.show();
+    EXPECT_EQ(TavikPKIUIDisplayCert(&parent, cert.get()), 1);
+    const auto viewers = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
+    ASSERT_EQ(viewers.size(), 1);
+    const QPointer<QWidget> viewer = viewers.first();
+    EXPECT_TRUE(viewer->isWindow() && viewer->isVisible());
+    EXPECT_EQ(viewer->windowTitle(), QStringLiteral("证书"));
+    EXPECT_EQ(viewer->size(), QSize(400, 450));
 
-    clickRow(m_table, 0);
+    child<QTabWidget>(viewer, "tabs")->setCurrentIndex(2);
+    auto *tab = viewer->findChild<pkiui::ShowCertPathDlg *>();
+    QTableView *table = tab->certTableView();
+    auto *lookUp = child<QPushButton>(viewer, "lookUpButton");
+    auto *status = child<QLineEdit>(viewer, "certStatusTextField");
+    const QString reason = QStringLiteral("该证书验证通过");
+    ASSERT_EQ(table->model()->rowCount(), 3);
+    EXPECT_EQ(table->selectionModel()->selectedRows(),
+              QModelIndexList{table->model()->index(2, 0)});
+    EXPECT_FALSE(lookUp->isEnabled());
+    EXPECT_EQ(status->text(), QStringLiteral("该证书没有问题"));
+    EXPECT_EQ(status->toolTip(), reason);
+    EXPECT_EQ(table->model()->index(2, 0).data(Qt::ToolTipRole).toString(), reason);
+
+    clickRow(table, 0);
     EXPECT_TRUE(lookUp->isEnabled());
     ASSERT_EQ(tab->selectedCert(), tab->model().certPaths().front().cert);
     QTest::mouseClick(lookUp, Qt::LeftButton);
     const auto nested = viewer->findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
     ASSERT_EQ(nested.size(), 1) << "over the first viewer's window";
     EXPECT_TRUE(nested.first()->isVisible());
-    EXPECT_TRUE(viewer->isVisible());
     EXPECT_EQ(child<QLabel>(nested.first(), "subjectLabel")->text(), "Tavik Test Root CA");
 
-    clickRow(m_table, 2);
+    clickRow(table, 2);
     EXPECT_FALSE(lookUp->isEnabled());
     EXPECT_EQ(tab->selectedCert(), nullptr);
 
-    // A viewer over a parent: "确定" only hides it, and the hidden one is released.
-    QPointer<QWidget> second = nested.first();
+    const QPointer<QWidget> second = nested.first();
     click(second, "okButton");
     EXPECT_FALSE(second->isVisible());
     EXPECT_TRUE(viewer->isVisible());
@@ -239,43 +113,6 @@ TEST(DisplayCert, ACertificateTheViewerRefusesAlertsAndReturnsZero)
     EXPECT_EQ(alerts.texts(), (QStringList{"读取证书信息失败", "读取证书信息失败"}));
     EXPECT_EQ(alerts.lastOwner(), &parent) << "over the parent when there is one";
     EXPECT_EQ(script.dialogsShown(), 0);
-}
-
-} // namespace
-
-namespace {
-
-// The three table adapters keep Qt's model rules (counts, indexes, parents,
-// signals) through loads, reloads, every filter and selections.
-TEST(TableAdapters, KeepQtsModelRules)
-{
-    const tavik::CertPtr leaf = loadCert("rsa-leaf");
-    const tavik::CertPtr root = loadCert("rsa-root");
-    using Mode = QAbstractItemModelTester::FailureReportingMode;
-
-    pkiui::ShowCertDetailDlg details;
-    QAbstractItemModelTester detailRules(details.certTableView()->model(), Mode::Fatal);
-    auto *filter = child<QComboBox>(&details, "filterPopUp");
-    for (TAVIK_CERT_st *cert : {leaf.get(), root.get()}) {
-        ASSERT_EQ(details.setCertHandle(cert), 1);
-        for (int i = 0; i < filter->count(); ++i) {
-            filter->setCurrentIndex(i);
-            if (details.certTableView()->model()->rowCount() > 0)
-                clickRow(details.certTableView(), 0);
-        }
-    }
-
-    pkiui::ShowCertPathDlg path;
-    QAbstractItemModelTester pathRules(path.certTableView()->model(), Mode::Fatal);
-    for (TAVIK_CERT_st *cert : {leaf.get(), root.get()})
-        ASSERT_EQ(path.setCertHandle(cert), 1);
-
-    pkiui::SelectCertDlg chooser;
-    QAbstractItemModelTester chooserRules(chooser.certTableView()->model(), Mode::Fatal);
-    TAVIK_CERT_st *certs[] = {leaf.get(), root.get()};
-    chooser.setCertificateHandles(certs, 2);
-    clickRow(chooser.certTableView(), 1);
-    chooser.setCertificateHandles(certs, 0);
 }
 
 } // namespace

@@ -57,6 +57,7 @@ TEST(ArgumentChecks, FailWithoutShowingADialog)
         {"verify: null device", TavikPKIUIVerifyPassword(nullptr, nullptr, 1, "m", &pwd), -2},
         {"get: null pwd", TavikPKIUIGetPassword(nullptr, "m", nullptr), -1},
         {"display: null cert", TavikPKIUIDisplayCert(nullptr, nullptr), -1},
+        {"CRL: never shown", TavikPKIUIDisplayCRL(nullptr, nullptr, 1), 0},
     };
     for (const Case &c : cases)
         EXPECT_EQ(c.result, c.expected) << c.what;

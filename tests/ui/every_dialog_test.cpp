@@ -9,6 +9,7 @@
 // - all text shows whole: no widget smaller than it needs, none over another
 //   or out of its parent, no list row lower than its text, and windows grown
 //   to fit, never below their size.
+#include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QAccessibleInterface>
@@ -67,11 +68,19 @@ Stop tab(int index, const char *where)
             }};
 }
 
-// OK on an empty field: the alert over the prompt.
+// OK on an empty field: the alert over the prompt, application-modal as the
+// prompt is, with the one button "确定"; the prompt stays.
 QWidget *emptyPasswordAlert(QWidget *window)
 {
     uitest::click(window, "okButton");
-    return child<QMessageBox>(window, "alertBox");
+    auto *box = child<QMessageBox>(window, "alertBox");
+    QStringList buttons;
+    for (const QAbstractButton *button : box->buttons())
+        buttons << button->text();
+    EXPECT_EQ(buttons, QStringList{QString::fromUtf8("确定")});
+    EXPECT_TRUE(box->isVisible() && box->windowModality() == Qt::ApplicationModal);
+    EXPECT_TRUE(window->isVisible());
+    return box;
 }
 
 // Return on an empty field alerts as the button does and leaves the focus in
@@ -84,10 +93,22 @@ void typeAfterEmptyReturn(QWidget *window)
     QTest::keyClicks(window->focusWidget(), QStringLiteral("abc"));
 }
 
-std::string passwordResult(int rc, char *pwd)
+// A password prompt: Return after typing gives "1 abc", Escape and the close
+// button no password.
+Dialog prompt(std::string name, QSize given, std::function<int(char **)> entry,
+              std::vector<Stop> stops)
 {
-    const uitest::Buffer owned(rc == TAVIKPKIUI_NO_PASSWORD ? nullptr : pwd);
-    return std::to_string(rc) + (rc == TAVIKPKIUI_OK ? std::string(" ") + pwd : "");
+    const std::string none = std::to_string(TAVIKPKIUI_NO_PASSWORD);
+    const std::array<std::string, 3> afterKeys{"1 abc", none, none};
+    const auto call = [entry] {
+        char *pwd = nullptr;
+        const int rc = entry(&pwd);
+        const uitest::Buffer owned(rc == TAVIKPKIUI_NO_PASSWORD ? nullptr : pwd);
+        return std::to_string(rc) + (rc == TAVIKPKIUI_OK ? std::string(" ") + pwd : "");
+    };
+    return {std::move(name), "密码输入对话框",     true, given,
+            "passwordField", typeAfterEmptyReturn, call, std::move(stops),
+            afterKeys};
 }
 
 class Dialogs : public ::testing::Test {
@@ -97,7 +118,6 @@ class Dialogs : public ::testing::Test {
     // The chooser, the password and PIN prompts, the viewer.
     std::vector<Dialog> dialogs()
     {
-        const std::string ok = "1 abc", none = std::to_string(TAVIKPKIUI_NO_PASSWORD);
         return {
             {"chooser",
              "证书选择对话框",
@@ -119,32 +139,14 @@ class Dialogs : public ::testing::Test {
              },
              {{"", itself}},
              {"Tavik Test Intermediate CA", "null", "null"}},
-            {"password",
-             "密码输入对话框",
-             true,
-             {400, 120},
-             "passwordField",
-             typeAfterEmptyReturn,
-             [] {
-                 char *pwd = nullptr;
-                 const int rc = TavikPKIUIGetPassword(nullptr, "m", &pwd);
-                 return passwordResult(rc, pwd);
-             },
-             {{"", itself}, {" alert", emptyPasswordAlert}},
-             {ok, none, none}},
-            {"pin",
-             "密码输入对话框",
-             true,
-             {400, 180},
-             "passwordField",
-             typeAfterEmptyReturn,
-             [this] {
-                 char *pwd = nullptr;
-                 const int rc = TavikPKIUIVerifyPassword(nullptr, m_device.get(), 1, "m", &pwd);
-                 return passwordResult(rc, pwd);
-             },
-             {{"", itself}},
-             {ok, none, none}},
+            prompt("password", {400, 120},
+                   [](char **pwd) { return TavikPKIUIGetPassword(nullptr, "m", pwd); },
+                   {{"", itself}, {" alert", emptyPasswordAlert}}),
+            prompt("pin", {400, 180},
+                   [this](char **pwd) {
+                       return TavikPKIUIVerifyPassword(nullptr, m_device.get(), 1, "m", pwd);
+                   },
+                   {{"", itself}}),
             // Every way out of the viewer is its "确定".
             {"viewer",
              "证书",

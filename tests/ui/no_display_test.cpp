@@ -56,12 +56,4 @@ TEST(NoDisplay, BlockingEntriesFailWithoutAborting)
     EXPECT_EQ(TavikPKIDeviceScriptedVerifyCalls(device.get()), 0);
 }
 
-TEST(NoDisplayCaptions, StillWork)
-{
-    char *text = TavikPKIUIGetString(11);
-    EXPECT_STREQ(text, "E6ADA3E59CA8E8BF9BE8A18CE5AF86E992A5E58D8FE59586");
-    TavikPKICryptoFreeMemory(text);
-    EXPECT_EQ(TavikPKIUIDisplayCRL(nullptr, nullptr, 1), 0);
-}
-
 } // namespace

@@ -1,13 +1,10 @@
 // Both password entries driven through their dialogs: what the user does and
 // what the caller gets back; then the PIN dialog's answers to each device reply.
-#include <QAbstractButton>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QTest>
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 #include "Tavik_PKI_Crypto_UI.h"
@@ -19,7 +16,6 @@ using uitest::child;
 using uitest::click;
 using uitest::typeText;
 
-const QString kEnterPassword = QString::fromUtf8("请输入密码");
 const QString kWrongPin = QString::fromUtf8("密码错误");
 const QString kLocked = QString::fromUtf8("设备已被锁定");
 const QString kTryAgain = QString::fromUtf8("密码错误，请重试");
@@ -29,20 +25,9 @@ const QString kBadCharacter = QString::fromUtf8("密码包含错误的字符");
 using pkiui::test::openScripted;
 using uitest::Buffer;
 
-QString fieldText(QWidget *window)
-{
-    return child<QLineEdit>(window, "passwordField")->text();
-}
-
-enum class Entry { GetPassword, VerifyPassword };
-
-std::string entryName(const ::testing::TestParamInfo<Entry> &info)
-{
-    return info.param == Entry::GetPassword ? "GetPassword" : "VerifyPassword";
-}
-
-// Each test runs one entry with a device that accepts whatever PIN it gets.
-class PasswordEntry : public ::testing::TestWithParam<Entry> {
+// Each test runs one entry, VerifyPassword when the parameter is true, with a
+// device that accepts whatever PIN it gets.
+class PasswordEntry : public ::testing::TestWithParam<bool> {
   protected:
     void SetUp() override
     {
@@ -52,81 +37,49 @@ class PasswordEntry : public ::testing::TestWithParam<Entry> {
 
     int call(const char *msg, char **pwd)
     {
-        if (GetParam() == Entry::GetPassword)
-            return TavikPKIUIGetPassword(nullptr, msg, pwd);
-        return TavikPKIUIVerifyPassword(nullptr, m_device.get(), 1, msg, pwd);
+        return GetParam() ? TavikPKIUIVerifyPassword(nullptr, m_device.get(), 1, msg, pwd)
+                          : TavikPKIUIGetPassword(nullptr, msg, pwd);
     }
 
     tavik::DevicePtr m_device;
 };
 
-// Nothing typed survives Cancel in the field's buffer, not even deleted
-// characters, and typing never moved the buffer (leaving copies behind).
-TEST_P(PasswordEntry, CancelAfterTypingGivesNoPasswordAndLeavesNothingInTheField)
+// Neither button leaves anything typed in the field's buffer, not even deleted
+// characters, and typing never moved the buffer (leaving copies behind). OK
+// hands the text over in a buffer of its length plus one; Cancel hands nothing.
+TEST_P(PasswordEntry, EndingTheDialogLeavesNothingInTheField)
 {
-    bool moved = true;
-    QString leftOver = QStringLiteral("not read");
-    std::u16string afterCancel;
-    const uitest::DialogScript script([&](QWidget *window) {
-        auto *field = child<QLineEdit>(window, "passwordField");
-        typeText(window, QStringLiteral("s"));
-        const QChar *first = field->text().constData();
-        typeText(window, QStringLiteral("ecret-that-is-typed-and-then-partly-deleted"));
-        for (int i = 0; i < 20; ++i)
-            QTest::keyClick(field, Qt::Key_Backspace);
-        moved = field->text().constData() != first;
-        const QString held = field->text(); // shares the buffer
-        const auto *begin = reinterpret_cast<const char16_t *>(held.constData());
-        click(window, "cancelButton");
-        afterCancel.assign(begin, static_cast<std::size_t>(held.capacity()));
-        leftOver = field->text();
-    });
-    char sentinel = 'x';
-    char *pwd = &sentinel;
-    EXPECT_EQ(call("msg", &pwd), TAVIKPKIUI_NO_PASSWORD);
-    EXPECT_EQ(pwd, &sentinel);
-    EXPECT_FALSE(moved);
-    EXPECT_EQ(afterCancel, std::u16string(afterCancel.size(), u'\0'));
-    EXPECT_EQ(leftOver, QString());
-    EXPECT_EQ(script.dialogsShown(), 1);
-}
-
-// The alert hangs on the dialog's window, application-modal as the dialog,
-// reads "确定" on its one button, and the dialog stays;
-// then an ASCII password comes back in a buffer of its length plus one and
-// leaves the field empty.
-TEST_P(PasswordEntry, EmptyOkAlertsAndStaysThenAsciiPasswordComesBack)
-{
-    QString leftOver = QStringLiteral("not read");
-    QString shown;
-    bool appModal = false;
-    QStringList buttons;
-    bool openAfterAlert = false;
-    const uitest::DialogScript script([&](QWidget *window) {
-        click(window, "okButton");
-        auto *box = child<QMessageBox>(window, "alertBox");
-        shown = box->text();
-        appModal = box->isVisible() && box->windowModality() == Qt::ApplicationModal;
-        for (const QAbstractButton *button : box->buttons())
-            buttons << button->text();
-        openAfterAlert = window->isVisible();
-        box->accept();
-        typeText(window, QStringLiteral("abc"));
-        click(window, "okButton");
-        leftOver = fieldText(window);
-    });
-    char *pwd = nullptr;
-    EXPECT_EQ(call("msg", &pwd), TAVIKPKIUI_OK);
-    const Buffer buffer(pwd);
-    EXPECT_EQ(shown, kEnterPassword);
-    EXPECT_TRUE(appModal);
-    EXPECT_EQ(buttons, QStringList{QString::fromUtf8("确定")});
-    EXPECT_TRUE(openAfterAlert);
-    EXPECT_EQ(leftOver, QString());
-    ASSERT_NE(buffer, nullptr);
-    EXPECT_EQ(std::string(buffer.get(), 4), std::string("abc", 4));
-    if (GetParam() == Entry::VerifyPassword) {
-        EXPECT_EQ(TavikPKIDeviceScriptedVerifyCalls(m_device.get()), 1) << "empty PIN not sent";
+    for (const bool ok : {false, true}) {
+        SCOPED_TRACE(ok ? "OK" : "Cancel");
+        bool moved = true;
+        QString leftOver = QStringLiteral("not read");
+        std::u16string afterEnd;
+        const uitest::DialogScript script([&](QWidget *window) {
+            auto *field = child<QLineEdit>(window, "passwordField");
+            typeText(window, QStringLiteral("s"));
+            const QChar *first = field->text().constData();
+            typeText(window, QStringLiteral("ecret-that-is-typed-and-then-partly-deleted"));
+            for (int i = 0; i < 20; ++i)
+                QTest::keyClick(field, Qt::Key_Backspace);
+            moved = field->text().constData() != first;
+            const QString held = field->text(); // shares the buffer
+            const auto *begin = reinterpret_cast<const char16_t *>(held.constData());
+            click(window, ok ? "okButton" : "cancelButton");
+            afterEnd.assign(begin, static_cast<std::size_t>(held.capacity()));
+            leftOver = field->text();
+        });
+        char sentinel = 'x';
+        char *pwd = &sentinel;
+        EXPECT_EQ(call("msg", &pwd), ok ? TAVIKPKIUI_OK : TAVIKPKIUI_NO_PASSWORD);
+        const Buffer buffer(ok ? pwd : nullptr);
+        if (ok)
+            EXPECT_EQ(std::string(pwd, 25), std::string("secret-that-is-typed-and", 25));
+        else
+            EXPECT_EQ(pwd, &sentinel);
+        EXPECT_FALSE(moved);
+        EXPECT_EQ(afterEnd, std::u16string(afterEnd.size(), u'\0'));
+        EXPECT_EQ(leftOver, QString());
+        EXPECT_EQ(script.dialogsShown(), 1);
     }
 }
 
@@ -135,7 +88,7 @@ TEST_P(PasswordEntry, EmptyOkAlertsAndStaysThenAsciiPasswordComesBack)
 // subject in it cannot restyle the prompt), and never wider than the window.
 TEST_P(PasswordEntry, WindowShowsMessageDefaultOrNothing)
 {
-    const QSize size = GetParam() == Entry::GetPassword ? QSize(400, 120) : QSize(400, 180);
+    const QSize size = GetParam() ? QSize(400, 180) : QSize(400, 120);
     const std::string longMessage(10000, 'w');
     struct Case {
         const char *msg;
@@ -168,8 +121,9 @@ TEST_P(PasswordEntry, WindowShowsMessageDefaultOrNothing)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(BothEntries, PasswordEntry,
-                         ::testing::Values(Entry::GetPassword, Entry::VerifyPassword), entryName);
+INSTANTIATE_TEST_SUITE_P(BothEntries, PasswordEntry, ::testing::Bool(), [](const auto &info) {
+    return std::string(info.param ? "VerifyPassword" : "GetPassword");
+});
 
 // The plain dialog hands any text over; its buffer is sized for ASCII only.
 TEST(GetPassword, ChineseCharacterDoesNotFitItsBuffer)
@@ -232,7 +186,8 @@ TEST(VerifyPassword, ShowsTheCountAndAnswersEachReply)
             typeText(window, c.typed);
             click(window, "okButton");
             // Read here: Cancel wipes the field's buffer, which a copy would share.
-            fieldAsExpected = fieldText(window) == (refused ? c.typed : QString());
+            fieldAsExpected = child<QLineEdit>(window, "passwordField")->text() ==
+                              (refused ? c.typed : QString());
             countAfter = child<QLabel>(window, "retryNumberLabel")->text();
             openAfterReply = window->isVisible();
             click(window, "cancelButton");
@@ -252,37 +207,6 @@ TEST(VerifyPassword, ShowsTheCountAndAnswersEachReply)
         EXPECT_FALSE(openAfterCancel);
         EXPECT_EQ(TavikPKIDeviceScriptedVerifyCalls(device.get()), refused ? 0 : 1);
     }
-}
-
-// The real token: a wrong PIN is refused, the right one ends the dialog.
-TEST(VerifyPassword, SoftHsmTokenRefusesTheWrongPinAndAcceptsTheRight)
-{
-    TAVIK_PKI_DEVICE_HANDLE_st *raw = nullptr;
-    ASSERT_EQ(TavikPKIDeviceOpen(SOFTHSM_MODULE, "pkiui-test", &raw), 1)
-        << "is SOFTHSM2_CONF set by the softhsm fixture?";
-    const tavik::DevicePtr token(raw);
-    const uitest::AlertRecorder alerts;
-    QString fieldAfterReject = QStringLiteral("not read");
-    bool openAfterAccept = true;
-    const uitest::DialogScript script([&](QWidget *window) {
-        typeText(window, QStringLiteral("4321"));
-        click(window, "okButton");
-        fieldAfterReject = fieldText(window);
-        typeText(window, QStringLiteral("1234"));
-        click(window, "okButton");
-        openAfterAccept = window->isVisible();
-    });
-    char *pwd = nullptr;
-    EXPECT_EQ(TavikPKIUIVerifyPassword(nullptr, token.get(), 1, "m", &pwd), TAVIKPKIUI_OK);
-    const Buffer buffer(pwd);
-    ASSERT_NE(buffer, nullptr);
-    EXPECT_EQ(std::string(buffer.get(), 5), std::string("1234", 5));
-    ASSERT_EQ(alerts.texts().size(), 1);
-    // SoftHSM2 reports a low count at most, never a number of tries.
-    EXPECT_TRUE(alerts.texts().front() == kWrongPin || alerts.texts().front() == kTryAgain)
-        << alerts.texts().front().toStdString();
-    EXPECT_EQ(fieldAfterReject, QString());
-    EXPECT_FALSE(openAfterAccept);
 }
 
 } // namespace

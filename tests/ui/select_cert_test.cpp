@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +18,8 @@ namespace {
 
 using uitest::child;
 using uitest::click;
+using uitest::clickRow;
+using uitest::loadCert;
 
 std::string subjectOf(TAVIK_CERT_st *cert)
 {
@@ -32,38 +33,17 @@ QTableView *tableOf(QWidget *window)
 
 class SelectCert : public ::testing::Test {
   protected:
-    void SetUp() override
+    // Runs the chooser over the first count of root, intermediate and leaf.
+    tavik::CertPtr run(std::function<void(QWidget *)> script, int count = 3)
     {
-        for (const char *name : {"rsa-root.pem", "rsa-inter.pem", "rsa-leaf.pem"}) {
-            m_held.push_back(uitest::loadCert(name));
-            ASSERT_NE(m_held.back(), nullptr);
-            m_certs.push_back(m_held.back().get());
-        }
+        m_script.emplace(std::move(script)); // the old one's destructor removes its hook first
+        return tavik::CertPtr(TavikPKIUISelectCert(nullptr, nullptr, nullptr, m_certs, count));
     }
 
-    tavik::CertPtr run(const std::function<void(QWidget *)> &script, int count = 3)
-    {
-        m_script.reset(); // its destructor removes the hook
-        m_script = std::make_unique<uitest::DialogScript>(script);
-        return tavik::CertPtr(
-            TavikPKIUISelectCert(nullptr, nullptr, nullptr, m_certs.data(), count));
-    }
-
-    // Selects row (or none) and presses button.
-    tavik::CertPtr choose(std::optional<int> row, const char *button, int count = 3)
-    {
-        return run(
-            [=](QWidget *window) {
-                if (row)
-                    uitest::clickRow(tableOf(window), *row);
-                click(window, button);
-            },
-            count);
-    }
-
-    std::vector<tavik::CertPtr> m_held;
-    std::vector<TAVIK_CERT_st *> m_certs;
-    std::unique_ptr<uitest::DialogScript> m_script;
+    const tavik::CertPtr m_root = loadCert("rsa-root"), m_inter = loadCert("rsa-inter"),
+                         m_leaf = loadCert("rsa-leaf");
+    TAVIK_CERT_st *m_certs[3] = {m_root.get(), m_inter.get(), m_leaf.get()};
+    std::optional<uitest::DialogScript> m_script;
 };
 
 TEST_F(SelectCert, OkReturnsADuplicateOfTheChosenCertificate)
@@ -79,11 +59,11 @@ TEST_F(SelectCert, OkReturnsADuplicateOfTheChosenCertificate)
             firstRow << table->model()->index(0, c).data().toString();
         }
         EXPECT_EQ(table->verticalHeader()->defaultSectionSize(), 20);
-        uitest::clickRow(table, 2);
+        clickRow(table, 2);
         click(window, "okButton");
     });
     ASSERT_NE(chosen, nullptr);
-    EXPECT_NE(chosen.get(), m_certs[2]) << "a fresh handle, not the caller's";
+    EXPECT_NE(chosen.get(), m_leaf.get()) << "a fresh handle, not the caller's";
     EXPECT_EQ(subjectOf(chosen.get()), "Leaf RSA");
     EXPECT_EQ(headers, QString::fromUtf8("颁发给|类型|用法|截止日期|颁发者|好记名称").split('|'));
     EXPECT_EQ(widths, (std::vector<int>{100, 50, 60, 80, 300, 100}));
@@ -93,10 +73,23 @@ TEST_F(SelectCert, OkReturnsADuplicateOfTheChosenCertificate)
 
 TEST_F(SelectCert, CancelOrNoRowOrEmptyListReturnsNull)
 {
-    EXPECT_EQ(choose(1, "cancelButton"), nullptr);
-    EXPECT_EQ(choose(std::nullopt, "okButton"), nullptr);
-    EXPECT_EQ(choose(std::nullopt, "okButton", 0), nullptr);
-    EXPECT_EQ(m_script->dialogsShown(), 1) << "the empty list is shown";
+    struct Case {
+        int row; // -1: none selected
+        const char *button;
+        int count;
+    };
+    for (const Case c :
+         {Case{1, "cancelButton", 3}, Case{-1, "okButton", 3}, Case{-1, "okButton", 0}}) {
+        const tavik::CertPtr chosen = run(
+            [&](QWidget *window) {
+                if (c.row >= 0)
+                    clickRow(tableOf(window), c.row);
+                click(window, c.button);
+            },
+            c.count);
+        EXPECT_EQ(chosen, nullptr) << c.button << " " << c.row << " of " << c.count;
+        EXPECT_EQ(m_script->dialogsShown(), 1) << "the empty list is shown too";
+    }
 }
 
 TEST_F(SelectCert, DoubleClickShowsTheViewerAndTheDialogRunsOn)
@@ -112,7 +105,7 @@ TEST_F(SelectCert, DoubleClickShowsTheViewerAndTheDialogRunsOn)
         QTableView *table = tableOf(window);
         const QRect cell = table->visualRect(table->model()->index(1, 0));
         // A widget's double-click event comes after the press and release.
-        uitest::clickRow(table, 1);
+        clickRow(table, 1);
         QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, cell.center());
         QTest::qWait(0); // the viewer's own script runs queued
         EXPECT_TRUE(viewer && viewer->isVisible());
@@ -130,10 +123,10 @@ TEST_F(SelectCert, DoubleClickShowsTheViewerAndTheDialogRunsOn)
 TEST_F(SelectCert, ManyRowsQueryOnlyTheVisibleCells)
 {
     constexpr int kRows = 10000;
-    std::vector<TAVIK_CERT_st *> many(kRows, m_certs[2]);
+    std::vector<TAVIK_CERT_st *> many(kRows, m_leaf.get());
     std::uint64_t total = 0, perPaint = 0, visibleCells = 0;
     int rows = 0;
-    m_script = std::make_unique<uitest::DialogScript>([&](QWidget *window) {
+    m_script.emplace([&](QWidget *window) {
         const auto &model = child<pkiui::SelectCertDlg>(window, "selectCertDlg")->dlgModel();
         QTableView *table = tableOf(window);
         rows = table->model()->rowCount();
