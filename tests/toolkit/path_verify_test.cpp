@@ -179,11 +179,9 @@ TEST_F(StoreTest, RejectsBadTimesOptionsAndArguments)
     const tavik::VerifyPtr verifier(TavikPKICertNewVerify());
     for (const char *good : {"20240229235959Z", "99991231235959Z"})
         EXPECT_EQ(TavikPKICertVerifySetVerifyTime(verifier.get(), good), 1) << good;
-    const char *const bad[] = {"2024010100000Z",  "20240101000000Z0",
-                               "20240101000000z", "2024-101000000Z",
-                               "20241301000000Z", "20230229000000Z",
-                               "20240101240000Z", "20240101006000Z",
-                               "20240101000060Z", nullptr};
+    // Calendar checks are the time family's; one shows they apply here.
+    const char *const bad[] = {"2024010100000Z",  "20240101000000Z0", "20240101000000z",
+                               "2024-101000000Z", "20230229000000Z",  nullptr};
     for (const char *time : bad)
         EXPECT_NE(TavikPKICertVerifySetVerifyTime(verifier.get(), time), 1)
             << (time ? time : "null");

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <ctime>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <string>
 #include <tuple>
@@ -82,6 +83,24 @@ tavik_time *newTime(const ASN1_TIME *time) noexcept
 {
     const auto value = readTime(time);
     return value ? newTime(*value) : nullptr;
+}
+
+std::optional<tavik_time_st> readTime(const char *text) noexcept
+{
+    if (!text || std::strlen(text) != 15 || text[14] != 'Z')
+        return std::nullopt;
+    int field[6] = {};
+    for (int i = 0; i < 14; ++i) {
+        if (text[i] < '0' || text[i] > '9')
+            return std::nullopt;
+        // The year's four digits, then two for each later field.
+        int &to = field[i < 4 ? 0 : (i - 4) / 2 + 1];
+        to = to * 10 + (text[i] - '0');
+    }
+    const tavik_time_st value{field[0], field[1], field[2], field[3], field[4], field[5]};
+    if (!isValid(value))
+        return std::nullopt;
+    return value;
 }
 
 } // namespace tavik::detail

@@ -32,6 +32,8 @@ std::int64_t toEpoch(const tavik_time_st &t) noexcept;
 tavik_time *newTime(const tavik_time_st &value) noexcept;
 tavik_time *newTime(const ASN1_TIME *time) noexcept;
 std::optional<tavik_time_st> readTime(const ASN1_TIME *time) noexcept;
+// YYYYMMDDHHMMSSZ and nothing else, as a real calendar moment.
+std::optional<tavik_time_st> readTime(const char *text) noexcept;
 
 tavik_biginteger *newBigInt(const BIGNUM *value) noexcept;
 tavik_biginteger *newBigInt(const ASN1_INTEGER *value) noexcept;

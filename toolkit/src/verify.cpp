@@ -5,7 +5,6 @@
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 
-#include <chrono>
 #include <cstring>
 #include <ctime>
 #include <new>
@@ -15,6 +14,7 @@
 #include "cert_data.hpp"
 #include "internal.hpp"
 #include "store.hpp"
+#include "values.hpp"
 
 struct TAVIK_VERIFY_st {
     std::vector<tavik::detail::X509Ptr> roots;
@@ -53,35 +53,6 @@ static_assert(
     TAVIK_REASON_UNTRUSTED == X509_V_ERR_CERT_UNTRUSTED &&
     TAVIK_REASON_NO_CERT_SIGN == X509_V_ERR_KEYUSAGE_NO_CERTSIGN &&
     TAVIK_REASON_NOT_CA == X509_V_ERR_INVALID_CA);
-
-// YYYYMMDDHHMMSSZ, a real calendar moment in UTC; nothing else.
-std::optional<std::time_t> parseTime(const char *text)
-{
-    if (!text || std::strlen(text) != 15 || text[14] != 'Z')
-        return std::nullopt;
-    int digits[14];
-    for (int i = 0; i < 14; ++i) {
-        if (text[i] < '0' || text[i] > '9')
-            return std::nullopt;
-        digits[i] = text[i] - '0';
-    }
-    const auto field = [&digits](int at, int width) {
-        int value = 0;
-        for (int i = at; i < at + width; ++i)
-            value = value * 10 + digits[i];
-        return value;
-    };
-    using namespace std::chrono;
-    const year_month_day date{year{field(0, 4)}, month{static_cast<unsigned>(field(4, 2))},
-                              day{static_cast<unsigned>(field(6, 2))}};
-    const int hour = field(8, 2);
-    const int minute = field(10, 2);
-    const int second = field(12, 2);
-    if (!date.ok() || hour > 23 || minute > 59 || second > 59)
-        return std::nullopt;
-    const auto moment = sys_days{date} + hours{hour} + minutes{minute} + seconds{second};
-    return static_cast<std::time_t>(moment.time_since_epoch().count());
-}
 
 bool isSignatureError(int err)
 {
@@ -223,10 +194,10 @@ int TavikPKICertVerifySetVerifyTime(TAVIK_VERIFY_st *ctx, const char *time)
 {
     if (!ctx)
         return TAVIK_ERR_ARGUMENT;
-    const std::optional<std::time_t> parsed = parseTime(time);
+    const std::optional<tavik_time_st> parsed = tavik::detail::readTime(time);
     if (!parsed)
         return TAVIK_ERR_ARGUMENT;
-    ctx->time = parsed;
+    ctx->time = static_cast<std::time_t>(tavik::detail::toEpoch(*parsed));
     return 1;
 }
 
