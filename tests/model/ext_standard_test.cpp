@@ -139,6 +139,7 @@ TEST(StandardExtensionRows, AlternativeNamesAndNameConstraints)
         "Permitted Subtress\r\n[1]Subtrees(0..Max)\r\n\t(Base)DNS Name=zero.example\r\n\r\n";
     const std::string guid15 = "OtherName:Domain Controller GUID=Hex:04 0F 00 01 02 03 04 05 06 "
                                "07 08 09 0A 0B 0C 0D 0E\r\n";
+    const std::string oddDir = "DirectoryName CN = HEX: 02 01 05";
     expectRows({
         // The subject form runs the names together, the issuer form does not.
         {"ext-std", "主体备用名称",
@@ -148,7 +149,8 @@ TEST(StandardExtensionRows, AlternativeNamesAndNameConstraints)
          "RFC822 Name=ca@example.com\r\n, URI=http://ca.example.com/\r\n",
          "RFC822 Name=ca@example.com\r\n\r\nURI=http://ca.example.com/\r\n\r\n", 2},
         {"ext-names", "主体备用名称", allValue, allContent, 2},
-        {"ext-std2", "主体备用名称", guid15, guid15, 2},
+        // A directory name holding a value OpenSSL's name typing refuses.
+        {"ext-std2", "主体备用名称", guid15 + ", " + oddDir, guid15 + oddDir, 2},
         // A 5-byte IP address between two good names fails the whole list.
         {"ext-std2", "颁发者备用名称", kNa, kNa, 2},
         {"ext-ca", "名称限制", permitted + excluded, permitted + excluded, 6},

@@ -5,55 +5,64 @@
 #include <openssl/x509v3.h>
 
 #include "extensions.hpp"
+#include "general_names.hpp"
 #include "objects.hpp"
 #include "values.hpp"
 
+using tavik::detail::ACCESS_DESC;
+using tavik::detail::ACCESS_DESCS;
+using tavik::detail::AUTH_KEYID;
 using tavik::detail::decodeWhole;
+using tavik::detail::DIST_PT;
+using tavik::detail::DIST_PTS;
 using tavik::detail::dottedOid;
+using tavik::detail::DP_NAME;
 using tavik::detail::freeObject;
+using tavik::detail::GEN_NAMES;
+using tavik::detail::ISSUING_DP;
 using tavik::detail::listCount;
 using tavik::detail::listItem;
+using tavik::detail::NAME_CONSTR;
 using tavik::detail::newObject;
 using tavik::detail::partOf;
 using tavik::detail::Shared;
 using tavik::detail::wrap;
 
 struct tavik_cert_akid_st {
-    Shared<AUTHORITY_KEYID> value;
+    Shared<AUTH_KEYID> value;
 };
 struct tavik_cert_nameconstraints_st {
-    Shared<NAME_CONSTRAINTS> value;
+    Shared<NAME_CONSTR> value;
 };
 struct tavik_cert_crldps_st {
-    Shared<CRL_DIST_POINTS> value;
+    Shared<DIST_PTS> value;
 };
 struct tavik_cert_distpoint_st {
-    Shared<DIST_POINT> value;
+    Shared<DIST_PT> value;
 };
 struct tavik_cert_dpname_st {
-    Shared<DIST_POINT_NAME> value;
+    Shared<DP_NAME> value;
 };
 struct tavik_cert_idp_st {
-    Shared<ISSUING_DIST_POINT> value;
+    Shared<ISSUING_DP> value;
 };
 struct tavik_cert_accessdescs_st {
-    Shared<AUTHORITY_INFO_ACCESS> value;
+    Shared<ACCESS_DESCS> value;
 };
 struct tavik_cert_accessdesc_st {
-    Shared<ACCESS_DESCRIPTION> value;
+    Shared<ACCESS_DESC> value;
 };
 
 namespace {
 
 template <class Whole>
-tavik_cert_generalnames *namesOrNull(const Shared<Whole> &whole,
-                                     const GENERAL_NAMES *names) noexcept
+tavik_cert_generalnames *namesOrNull(const Shared<Whole> &whole, const GEN_NAMES *names) noexcept
 {
     return tavik::detail::newGeneralNames(partOf(whole, names));
 }
 
 template <class Whole>
-tavik_cert_dpname *newDpName(const Shared<Whole> &whole, const DIST_POINT_NAME *name) noexcept
+tavik_cert_dpname *newDpName(const Shared<Whole> &whole, const DP_NAME *name) noexcept
 {
     return wrap<tavik_cert_dpname>(partOf(whole, name));
 }
@@ -67,7 +76,7 @@ extern "C" {
 //     authorityCertSerialNumber [2] CertificateSerialNumber OPTIONAL }
 tavik_cert_akid *tavik_cert_ext_toakid(const tavik_cert_ext *ext)
 {
-    return wrap<tavik_cert_akid>(decodeWhole<AUTHORITY_KEYID, AUTHORITY_KEYID_it>(ext));
+    return wrap<tavik_cert_akid>(decodeWhole<AUTH_KEYID, tavik::detail::AUTH_KEYID_it>(ext));
 }
 
 void tavik_cert_akid_free(tavik_cert_akid *akid)
@@ -100,7 +109,7 @@ tavik_biginteger *tavik_cert_akid_getissuercertsn(const tavik_cert_akid *akid)
 tavik_cert_nameconstraints *tavik_cert_ext_tonameconstraints(const tavik_cert_ext *ext)
 {
     return wrap<tavik_cert_nameconstraints>(
-        decodeWhole<NAME_CONSTRAINTS, NAME_CONSTRAINTS_it>(ext));
+        decodeWhole<NAME_CONSTR, tavik::detail::NAME_CONSTR_it>(ext));
 }
 
 void tavik_cert_nameconstraints_free(tavik_cert_nameconstraints *nc)
@@ -128,13 +137,13 @@ tavik_cert_nameconstraints_getexclude(const tavik_cert_nameconstraints *nc)
 // GeneralNames ::= SEQUENCE SIZE (1..MAX) OF GeneralName
 tavik_cert_generalnames *tavik_cert_ext_togeneralnames(const tavik_cert_ext *ext)
 {
-    return tavik::detail::newGeneralNames(decodeWhole<GENERAL_NAMES, GENERAL_NAMES_it>(ext));
+    return tavik::detail::newGeneralNames(decodeWhole<GEN_NAMES, tavik::detail::GEN_NAMES_it>(ext));
 }
 
 // CRLDistributionPoints, FreshestCRL ::= SEQUENCE SIZE (1..MAX) OF DistributionPoint
 tavik_cert_crldps *tavik_cert_ext_tocrldp(const tavik_cert_ext *ext)
 {
-    return wrap<tavik_cert_crldps>(decodeWhole<CRL_DIST_POINTS, CRL_DIST_POINTS_it>(ext));
+    return wrap<tavik_cert_crldps>(decodeWhole<DIST_PTS, tavik::detail::DIST_PTS_it>(ext));
 }
 
 void tavik_cert_crldps_free(tavik_cert_crldps *dps)
@@ -151,7 +160,7 @@ int tavik_cert_crldps_getitemcount(const tavik_cert_crldps *dps)
 //     reasons [1] ReasonFlags OPTIONAL, cRLIssuer [2] GeneralNames OPTIONAL }
 tavik_cert_distpoint *tavik_cert_crldps_getitem(const tavik_cert_crldps *dps, int index)
 {
-    return listItem<tavik_cert_distpoint, DIST_POINT>(dps, index);
+    return listItem<tavik_cert_distpoint, DIST_PT>(dps, index);
 }
 
 void tavik_cert_distpoint_free(tavik_cert_distpoint *dp)
@@ -200,7 +209,7 @@ tavik_cert_rdn *tavik_cert_dpname_getrelname(const tavik_cert_dpname *name)
 {
     if (tavik_cert_dpname_gettype(name) != TAVIK_DPNAME_RELATIVE || !name->value->name.relativename)
         return nullptr;
-    return tavik::detail::newRdn(name->value->name.relativename);
+    return tavik::detail::newRdn(partOf(name->value, name->value->name.relativename));
 }
 
 // IssuingDistributionPoint ::= SEQUENCE {
@@ -212,7 +221,7 @@ tavik_cert_rdn *tavik_cert_dpname_getrelname(const tavik_cert_dpname *name)
 //     onlyContainsAttributeCerts [5] BOOLEAN DEFAULT FALSE }
 tavik_cert_idp *tavik_cert_ext_toidp(const tavik_cert_ext *ext)
 {
-    return wrap<tavik_cert_idp>(decodeWhole<ISSUING_DIST_POINT, ISSUING_DIST_POINT_it>(ext));
+    return wrap<tavik_cert_idp>(decodeWhole<ISSUING_DP, tavik::detail::ISSUING_DP_it>(ext));
 }
 
 void tavik_cert_idp_free(tavik_cert_idp *idp)
@@ -256,7 +265,7 @@ tavik_bitset *tavik_cert_idp_getconverreasons(const tavik_cert_idp *idp)
 tavik_cert_accessdescs *tavik_cert_ext_toaccessdescs(const tavik_cert_ext *ext)
 {
     return wrap<tavik_cert_accessdescs>(
-        decodeWhole<AUTHORITY_INFO_ACCESS, AUTHORITY_INFO_ACCESS_it>(ext));
+        decodeWhole<ACCESS_DESCS, tavik::detail::ACCESS_DESCS_it>(ext));
 }
 
 void tavik_cert_accessdescs_free(tavik_cert_accessdescs *descs)
@@ -274,7 +283,7 @@ int tavik_cert_accessdescs_getitemcount(const tavik_cert_accessdescs *descs)
 tavik_cert_accessdesc *tavik_cert_accessdescs_getitem(const tavik_cert_accessdescs *descs,
                                                       int index)
 {
-    return listItem<tavik_cert_accessdesc, ACCESS_DESCRIPTION>(descs, index);
+    return listItem<tavik_cert_accessdesc, ACCESS_DESC>(descs, index);
 }
 
 void tavik_cert_accessdesc_free(tavik_cert_accessdesc *desc)

@@ -38,14 +38,6 @@ int qualifierNid(const tavik_cert_polqualifierinfo *qualifier) noexcept
     return qualifier ? OBJ_obj2nid(qualifier->value->pqualid) : NID_undef;
 }
 
-// DER of one value of the item; null on failure.
-tavik_data_blob *encodeItem(const void *value, const ASN1_ITEM *item) noexcept
-{
-    return tavik::detail::encodeBlob(value, [item](const void *v, unsigned char **out) {
-        return ASN1_item_i2d(static_cast<const ASN1_VALUE *>(v), out, item);
-    });
-}
-
 } // namespace
 
 extern "C" {
@@ -145,11 +137,11 @@ tavik_cert_polqualifierinfo_getqualifierencode(const tavik_cert_polqualifierinfo
     // The qualifier was read by its id, so it is encoded back the same way.
     switch (qualifierNid(qualifier)) {
     case NID_id_qt_cps:
-        return encodeItem(qualifier->value->d.cpsuri, ASN1_IA5STRING_it());
+        return tavik::detail::encodeItem(qualifier->value->d.cpsuri, ASN1_IA5STRING_it());
     case NID_id_qt_unotice:
-        return encodeItem(qualifier->value->d.usernotice, USERNOTICE_it());
+        return tavik::detail::encodeItem(qualifier->value->d.usernotice, USERNOTICE_it());
     default:
-        return encodeItem(qualifier->value->d.other, ASN1_ANY_it());
+        return tavik::detail::encodeItem(qualifier->value->d.other, ASN1_ANY_it());
     }
 }
 

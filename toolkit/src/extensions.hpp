@@ -75,6 +75,14 @@ inline OsslPtr<BIGNUM, BN_free> magnitudeOf(const ASN1_INTEGER *value) noexcept
     return OsslPtr<BIGNUM, BN_free>(ASN1_INTEGER_to_BN(value, nullptr));
 }
 
+// DER of one value of the item as a new blob; null on failure.
+inline tavik_data_blob *encodeItem(const void *value, const ASN1_ITEM *item) noexcept
+{
+    return encodeBlob(value, [item](const void *v, unsigned char **out) {
+        return ASN1_item_i2d(static_cast<const ASN1_VALUE *>(v), out, item);
+    });
+}
+
 // A new handle around a decoded value; null when there is none.
 template <class Handle, class Ptr> Handle *wrap(Ptr value) noexcept
 {

@@ -23,15 +23,17 @@
 
 namespace {
 
+using tavik::detail::GEN_NAME;
+using tavik::detail::GEN_NAMES;
 using tavik::detail::guard;
-using tavik::detail::NameEntryPtr;
 using tavik::detail::NamePtr;
-using tavik::detail::NameRdnPtr;
 using tavik::detail::ObjectPtr;
 using tavik::detail::OsslBytesPtr;
 using tavik::detail::partOf;
 using tavik::detail::Shared;
 using tavik::detail::StringPtr;
+using tavik::detail::SUBTREE;
+using tavik::detail::SUBTREES;
 
 } // namespace
 
@@ -48,12 +50,12 @@ struct tavik_cert_attrtypeandvalue_st {
 };
 
 struct tavik_cert_generalname_st {
-    Shared<GENERAL_NAME> name;
+    Shared<GEN_NAME> name;
     bool inSubtree;
 };
 
 struct tavik_cert_generalnames_st {
-    Shared<GENERAL_NAMES> names;
+    Shared<GEN_NAMES> names;
 };
 
 struct tavik_cert_othername_st {
@@ -67,11 +69,11 @@ struct tavik_cert_ediparyname_st {
 };
 
 struct tavik_cert_generalsubtree_st {
-    Shared<GENERAL_SUBTREE> value;
+    Shared<SUBTREE> value;
 };
 
 struct tavik_cert_generalsubtrees_st {
-    Shared<STACK_OF(GENERAL_SUBTREE)> value;
+    Shared<SUBTREES> value;
 };
 
 namespace {
@@ -81,20 +83,6 @@ using tavik::detail::newObject;
 using tavik::detail::NAME_ATTR;
 using tavik::detail::NAME_RDN;
 using tavik::detail::NAME_RDNS;
-
-// A value of the item read back from what i2d wrote: how names OpenSSL has
-// already decoded (directory names, relative names) take the form the
-// certificate's own names have.
-template <class T, const ASN1_ITEM *(*Item)(), class From, class I2d>
-tavik::detail::ItemPtr<T, Item> reread(const From *from, I2d i2d)
-{
-    const auto bytes = tavik::detail::encode(from, i2d);
-    if (!bytes)
-        return nullptr;
-    const unsigned char *p = bytes->data();
-    return tavik::detail::ItemPtr<T, Item>(reinterpret_cast<T *>(
-        ASN1_item_d2i(nullptr, &p, static_cast<long>(bytes->size()), Item())));
-}
 
 // inet_ntop writes RFC 5952 text for IPv6 (lower case, no leading zeros,
 // the first longest run of zero groups as "::") and IPv4-mapped addresses
@@ -141,14 +129,14 @@ std::optional<std::string> ipText(const ASN1_OCTET_STRING *address, bool inSubtr
     return std::nullopt;
 }
 
-const GENERAL_NAME *choice(const tavik_cert_generalname *name, int type)
+const GEN_NAME *choice(const tavik_cert_generalname *name, int type)
 {
     return name && name->name && name->name->type == type ? name->name.get() : nullptr;
 }
 
 tavik_ustring *ia5Choice(const tavik_cert_generalname *name, int type)
 {
-    const GENERAL_NAME *gn = choice(name, type);
+    const GEN_NAME *gn = choice(name, type);
     return gn ? tavik::detail::newUString(gn->d.ia5) : nullptr;
 }
 
@@ -161,35 +149,10 @@ tavik_cert_dn *newDn(std::shared_ptr<const NAME_RDNS> rdns) noexcept
     return rdns ? newObject<tavik_cert_dn_st>(std::move(rdns)) : nullptr;
 }
 
-tavik_cert_dn *newDn(const X509_NAME *name) noexcept
-{
-    if (!name)
-        return nullptr;
-    return guard<tavik_cert_dn *>(nullptr, [&]() -> tavik_cert_dn * {
-        std::shared_ptr<const NAME_RDNS> rdns =
-            reread<NAME_RDNS, tavik::detail::NAME_RDNS_it>(name, i2d_X509_NAME);
-        return newDn(std::move(rdns));
-    });
-}
-
 // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
-tavik_cert_rdn *newRdn(const STACK_OF(X509_NAME_ENTRY) * entries) noexcept
+tavik_cert_rdn *newRdn(Shared<NAME_RDN> rdn) noexcept
 {
-    if (!entries)
-        return nullptr;
-    return guard<tavik_cert_rdn *>(nullptr, [&]() -> tavik_cert_rdn * {
-        NameRdnPtr rdn(sk_NAME_ATTR_new_null());
-        if (!rdn)
-            return nullptr;
-        for (int i = 0; i < sk_X509_NAME_ENTRY_num(entries); ++i) {
-            auto attr = reread<NAME_ATTR, tavik::detail::NAME_ATTR_it>(
-                sk_X509_NAME_ENTRY_value(entries, i), i2d_X509_NAME_ENTRY);
-            if (!attr || !sk_NAME_ATTR_push(rdn.get(), attr.get()))
-                return nullptr;
-            attr.release();
-        }
-        return newObject<tavik_cert_rdn_st>(std::shared_ptr<const NAME_RDN>(std::move(rdn)));
-    });
+    return rdn ? newObject<tavik_cert_rdn_st>(std::move(rdn)) : nullptr;
 }
 
 NamePtr x509NameOf(const NAME_RDNS *rdns) noexcept
@@ -206,13 +169,13 @@ NamePtr x509NameOf(const NAME_RDNS *rdns) noexcept
     });
 }
 
-tavik_cert_generalname *newGeneralName(Shared<GENERAL_NAME> name, bool inSubtree) noexcept
+tavik_cert_generalname *newGeneralName(Shared<GEN_NAME> name, bool inSubtree) noexcept
 {
     return name ? newObject<tavik_cert_generalname_st>(std::move(name), inSubtree) : nullptr;
 }
 
 // GeneralNames ::= SEQUENCE SIZE (1..MAX) OF GeneralName
-tavik_cert_generalnames *newGeneralNames(Shared<GENERAL_NAMES> names) noexcept
+tavik_cert_generalnames *newGeneralNames(Shared<GEN_NAMES> names) noexcept
 {
     return names ? newObject<tavik_cert_generalnames_st>(std::move(names)) : nullptr;
 }
@@ -220,7 +183,7 @@ tavik_cert_generalnames *newGeneralNames(Shared<GENERAL_NAMES> names) noexcept
 // GeneralSubtree ::= SEQUENCE {
 //     base GeneralName, minimum [0] BaseDistance DEFAULT 0,
 //     maximum [1] BaseDistance OPTIONAL }
-tavik_cert_generalsubtrees *newGeneralSubtrees(Shared<STACK_OF(GENERAL_SUBTREE)> subtrees) noexcept
+tavik_cert_generalsubtrees *newGeneralSubtrees(Shared<SUBTREES> subtrees) noexcept
 {
     return subtrees ? newObject<tavik_cert_generalsubtrees_st>(std::move(subtrees)) : nullptr;
 }
@@ -302,7 +265,7 @@ void tavik_cert_generalnames_free(tavik_cert_generalnames *names)
 
 int tavik_cert_generalnames_getitemcount(const tavik_cert_generalnames *names)
 {
-    return names ? sk_GENERAL_NAME_num(names->names.get()) : -1;
+    return names ? sk_GEN_NAME_num(names->names.get()) : -1;
 }
 
 tavik_cert_generalname *tavik_cert_generalnames_getitem(const tavik_cert_generalnames *names,
@@ -311,7 +274,7 @@ tavik_cert_generalname *tavik_cert_generalnames_getitem(const tavik_cert_general
     if (!names || index < 0 || index >= tavik_cert_generalnames_getitemcount(names))
         return nullptr;
     return tavik::detail::newGeneralName(
-        partOf(names->names, sk_GENERAL_NAME_value(names->names.get(), index)));
+        partOf(names->names, sk_GEN_NAME_value(names->names.get(), index)));
 }
 
 void tavik_cert_generalname_free(tavik_cert_generalname *name)
@@ -348,13 +311,13 @@ tavik_ustring *tavik_cert_generalname_geturi(const tavik_cert_generalname *name)
 
 tavik_cert_dn *tavik_cert_generalname_getdirname(const tavik_cert_generalname *name)
 {
-    const GENERAL_NAME *gn = choice(name, GEN_DIRNAME);
-    return gn ? tavik::detail::newDn(gn->d.directoryName) : nullptr;
+    const GEN_NAME *gn = choice(name, GEN_DIRNAME);
+    return gn ? tavik::detail::newDn(partOf(name->name, gn->d.directoryName)) : nullptr;
 }
 
 char *tavik_cert_generalname_getip(const tavik_cert_generalname *name)
 {
-    const GENERAL_NAME *gn = choice(name, GEN_IPADD);
+    const GEN_NAME *gn = choice(name, GEN_IPADD);
     if (!gn)
         return nullptr;
     return tavik::detail::guard<char *>(nullptr, [&]() -> char * {
@@ -365,7 +328,7 @@ char *tavik_cert_generalname_getip(const tavik_cert_generalname *name)
 
 char *tavik_cert_generalname_getregid(const tavik_cert_generalname *name)
 {
-    const GENERAL_NAME *gn = choice(name, GEN_RID);
+    const GEN_NAME *gn = choice(name, GEN_RID);
     return gn ? tavik::detail::dottedOid(gn->d.registeredID) : nullptr;
 }
 
@@ -373,7 +336,7 @@ char *tavik_cert_generalname_getregid(const tavik_cert_generalname *name)
 //                          value [0] EXPLICIT ANY DEFINED BY type-id }
 tavik_cert_othername *tavik_cert_generalname_getothername(const tavik_cert_generalname *name)
 {
-    const GENERAL_NAME *gn = choice(name, GEN_OTHERNAME);
+    const GEN_NAME *gn = choice(name, GEN_OTHERNAME);
     if (!gn || !gn->d.otherName || !gn->d.otherName->type_id)
         return nullptr;
     return tavik::detail::guard<tavik_cert_othername *>(nullptr, [&]() -> tavik_cert_othername * {
@@ -405,7 +368,7 @@ tavik_data_blob *tavik_cert_othername_getvalue(const tavik_cert_othername *other
 //                             partyName    [1] DirectoryString }
 tavik_cert_ediparyname *tavik_cert_generalname_getediname(const tavik_cert_generalname *name)
 {
-    const GENERAL_NAME *gn = choice(name, GEN_EDIPARTY);
+    const GEN_NAME *gn = choice(name, GEN_EDIPARTY);
     if (!gn || !gn->d.ediPartyName || !gn->d.ediPartyName->partyName)
         return nullptr;
     const EDIPARTYNAME *edi = gn->d.ediPartyName;
@@ -434,7 +397,8 @@ tavik_ustring *tavik_cert_ediparyname_getpartyname(const tavik_cert_ediparyname 
 
 tavik_data_blob *tavik_cert_generalname_getencode(const tavik_cert_generalname *name)
 {
-    return name ? tavik::detail::encodeBlob(name->name.get(), i2d_GENERAL_NAME) : nullptr;
+    return name ? tavik::detail::encodeItem(name->name.get(), tavik::detail::GEN_NAME_it())
+                : nullptr;
 }
 
 // ---- Name-constraint subtrees ----
@@ -446,7 +410,7 @@ void tavik_cert_generalsubtrees_free(tavik_cert_generalsubtrees *subtrees)
 
 int tavik_cert_generalsubtrees_getitemcount(const tavik_cert_generalsubtrees *subtrees)
 {
-    return subtrees ? sk_GENERAL_SUBTREE_num(subtrees->value.get()) : -1;
+    return subtrees ? sk_SUBTREE_num(subtrees->value.get()) : -1;
 }
 
 tavik_cert_generalsubtree *
@@ -454,7 +418,7 @@ tavik_cert_generalsubtrees_getitem(const tavik_cert_generalsubtrees *subtrees, i
 {
     if (!subtrees || index < 0 || index >= tavik_cert_generalsubtrees_getitemcount(subtrees))
         return nullptr;
-    auto subtree = partOf(subtrees->value, sk_GENERAL_SUBTREE_value(subtrees->value.get(), index));
+    auto subtree = partOf(subtrees->value, sk_SUBTREE_value(subtrees->value.get(), index));
     return subtree ? tavik::detail::newObject<tavik_cert_generalsubtree_st>(std::move(subtree))
                    : nullptr;
 }

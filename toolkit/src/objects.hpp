@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "internal.hpp"
+#include "general_names.hpp"
 #include "name_items.hpp"
 #include "values.hpp"
 
@@ -25,9 +26,6 @@ namespace tavik::detail {
 
 using AlgorPtr = OsslPtr<X509_ALGOR, X509_ALGOR_free>;
 using NamePtr = OsslPtr<X509_NAME, X509_NAME_free>;
-using NameEntryPtr = OsslPtr<X509_NAME_ENTRY, X509_NAME_ENTRY_free>;
-using GeneralNamePtr = OsslPtr<GENERAL_NAME, GENERAL_NAME_free>;
-using GeneralNamesPtr = OsslPtr<GENERAL_NAMES, GENERAL_NAMES_free>;
 
 // ---- Strings (ustring.cpp) ----
 
@@ -61,18 +59,16 @@ template <class T, class Whole> Shared<T> partOf(const Shared<Whole> &whole, con
 
 // A name over a parsed one it shares.
 tavik_cert_dn *newDn(std::shared_ptr<const NAME_RDNS> rdns) noexcept;
-// A name over a copy of one OpenSSL decoded (a directory name).
-tavik_cert_dn *newDn(const X509_NAME *name) noexcept;
 // OpenSSL's form of a name, for its printer and comparisons; null when
 // OpenSSL refuses one of its values.
 NamePtr x509NameOf(const NAME_RDNS *rdns) noexcept;
-// One RDN: the entries of one SET (copied, in stored order).
-tavik_cert_rdn *newRdn(const STACK_OF(X509_NAME_ENTRY) * entries) noexcept;
+// One RDN over a parsed SET it shares.
+tavik_cert_rdn *newRdn(Shared<NAME_RDN> rdn) noexcept;
 // inSubtree: the name is the base of a name-constraint subtree, where an IP
 // address carries its mask.
-tavik_cert_generalname *newGeneralName(Shared<GENERAL_NAME> name, bool inSubtree = false) noexcept;
-tavik_cert_generalnames *newGeneralNames(Shared<GENERAL_NAMES> names) noexcept;
-tavik_cert_generalsubtrees *newGeneralSubtrees(Shared<STACK_OF(GENERAL_SUBTREE)> subtrees) noexcept;
+tavik_cert_generalname *newGeneralName(Shared<GEN_NAME> name, bool inSubtree = false) noexcept;
+tavik_cert_generalnames *newGeneralNames(Shared<GEN_NAMES> names) noexcept;
+tavik_cert_generalsubtrees *newGeneralSubtrees(Shared<SUBTREES> subtrees) noexcept;
 
 // ---- Certificate fields (fields.cpp) ----
 

@@ -1,0 +1,76 @@
+// The templates of general_names.hpp, in OpenSSL's own shape: the CHOICE
+// order gives GeneralName's type its GEN_* value.
+#include "general_names.hpp"
+
+namespace tavik::detail {
+
+ASN1_CHOICE(GEN_NAME) =
+    {
+        ASN1_IMP(GEN_NAME, d.otherName, OTHERNAME, GEN_OTHERNAME),
+        ASN1_IMP(GEN_NAME, d.ia5, ASN1_IA5STRING, GEN_EMAIL),
+        ASN1_IMP(GEN_NAME, d.ia5, ASN1_IA5STRING, GEN_DNS),
+        ASN1_IMP(GEN_NAME, d.x400Address, ASN1_SEQUENCE, GEN_X400),
+        // Name is a CHOICE, so its tag is explicit.
+        ASN1_EXP(GEN_NAME, d.directoryName, NAME_RDNS, GEN_DIRNAME),
+        ASN1_IMP(GEN_NAME, d.ediPartyName, EDIPARTYNAME, GEN_EDIPARTY),
+        ASN1_IMP(GEN_NAME, d.ia5, ASN1_IA5STRING, GEN_URI),
+        ASN1_IMP(GEN_NAME, d.iPAddress, ASN1_OCTET_STRING, GEN_IPADD),
+        ASN1_IMP(GEN_NAME, d.registeredID, ASN1_OBJECT, GEN_RID),
+} ASN1_CHOICE_END(GEN_NAME)
+
+        ASN1_ITEM_TEMPLATE(GEN_NAMES) = ASN1_EX_TEMPLATE_TYPE(ASN1_TFLG_SEQUENCE_OF, 0,
+                                                              GeneralNames, GEN_NAME)
+            ASN1_ITEM_TEMPLATE_END(GEN_NAMES)
+
+ASN1_SEQUENCE(AUTH_KEYID) = {
+    ASN1_IMP_OPT(AUTH_KEYID, keyid, ASN1_OCTET_STRING, 0),
+    ASN1_IMP_SEQUENCE_OF_OPT(AUTH_KEYID, issuer, GEN_NAME, 1),
+    ASN1_IMP_OPT(AUTH_KEYID, serial, ASN1_INTEGER, 2),
+} ASN1_SEQUENCE_END(AUTH_KEYID)
+
+ASN1_SEQUENCE(SUBTREE) = {
+    ASN1_SIMPLE(SUBTREE, base, GEN_NAME),
+    ASN1_IMP_OPT(SUBTREE, minimum, ASN1_INTEGER, 0),
+    ASN1_IMP_OPT(SUBTREE, maximum, ASN1_INTEGER, 1),
+} ASN1_SEQUENCE_END(SUBTREE)
+
+ASN1_SEQUENCE(NAME_CONSTR) = {
+    ASN1_IMP_SEQUENCE_OF_OPT(NAME_CONSTR, permittedSubtrees, SUBTREE, 0),
+    ASN1_IMP_SEQUENCE_OF_OPT(NAME_CONSTR, excludedSubtrees, SUBTREE, 1),
+} ASN1_SEQUENCE_END(NAME_CONSTR)
+
+ASN1_CHOICE(DP_NAME) =
+    {
+        ASN1_IMP_SEQUENCE_OF(DP_NAME, name.fullname, GEN_NAME, 0),
+        ASN1_IMP_SET_OF(DP_NAME, name.relativename, NAME_ATTR, 1),
+} ASN1_CHOICE_END(DP_NAME)
+
+        ASN1_SEQUENCE(DIST_PT) = {
+            ASN1_EXP_OPT(DIST_PT, distpoint, DP_NAME, 0),
+            ASN1_IMP_OPT(DIST_PT, reasons, ASN1_BIT_STRING, 1),
+            ASN1_IMP_SEQUENCE_OF_OPT(DIST_PT, CRLissuer, GEN_NAME, 2),
+} ASN1_SEQUENCE_END(DIST_PT)
+
+ASN1_ITEM_TEMPLATE(DIST_PTS) = ASN1_EX_TEMPLATE_TYPE(ASN1_TFLG_SEQUENCE_OF, 0,
+                                                     CRLDistributionPoints, DIST_PT)
+    ASN1_ITEM_TEMPLATE_END(DIST_PTS)
+
+ASN1_SEQUENCE(ISSUING_DP) = {
+    ASN1_EXP_OPT(ISSUING_DP, distpoint, DP_NAME, 0),
+    ASN1_IMP_OPT(ISSUING_DP, onlyuser, ASN1_FBOOLEAN, 1),
+    ASN1_IMP_OPT(ISSUING_DP, onlyCA, ASN1_FBOOLEAN, 2),
+    ASN1_IMP_OPT(ISSUING_DP, onlysomereasons, ASN1_BIT_STRING, 3),
+    ASN1_IMP_OPT(ISSUING_DP, indirectCRL, ASN1_FBOOLEAN, 4),
+    ASN1_IMP_OPT(ISSUING_DP, onlyattr, ASN1_FBOOLEAN, 5),
+} ASN1_SEQUENCE_END(ISSUING_DP)
+
+ASN1_SEQUENCE(ACCESS_DESC) = {
+    ASN1_SIMPLE(ACCESS_DESC, method, ASN1_OBJECT),
+    ASN1_SIMPLE(ACCESS_DESC, location, GEN_NAME),
+} ASN1_SEQUENCE_END(ACCESS_DESC)
+
+ASN1_ITEM_TEMPLATE(ACCESS_DESCS) = ASN1_EX_TEMPLATE_TYPE(ASN1_TFLG_SEQUENCE_OF, 0,
+                                                         AuthorityInfoAccessSyntax, ACCESS_DESC)
+    ASN1_ITEM_TEMPLATE_END(ACCESS_DESCS)
+
+} // namespace tavik::detail
