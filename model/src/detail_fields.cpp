@@ -317,9 +317,9 @@ std::string ShowCertDetailDlgModel::FormatTime(const tavik_time *time)
     std::string text;
     text.reserve(32);
     const auto put = [&text](int value, int width, const char *after) {
-        char digits[12];
-        const auto [end, error] = std::to_chars(digits, digits + sizeof digits, value);
-        const auto length = error == std::errc{} ? end - digits : 0;
+        char digits[12]; // room for any int, so to_chars cannot fail
+        const char *end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+        const auto length = end - digits;
         text.append(length < width ? static_cast<std::size_t>(width - length) : 0, '0');
         text.append(digits, static_cast<std::size_t>(length));
         text += after;

@@ -17,8 +17,8 @@
 #include <utility>
 #include <vector>
 
-#include "internal.hpp"
 #include "general_names.hpp"
+#include "internal.hpp"
 #include "name_items.hpp"
 #include "values.hpp"
 
