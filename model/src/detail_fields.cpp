@@ -119,13 +119,13 @@ std::optional<std::string> oidOf(const tavik_cert_algorithmid *alg)
     return std::string(oid.get());
 }
 
-// Bit size of the RSA modulus or of the DSA prime p; -1 for other keys.
+// Bit size of the RSA modulus or of the DSA prime p; -1 for other keys. rsa is
+// the key's RSAPublicKey for RSA keys, read once for this and GetPublicKey.
 long GetPublicKeyLength(std::string_view oid, const tavik_cert_algorithmid *alg,
-                        const tavik_cert_pubkey *key)
+                        const tavik_crypto_rsakey *rsa)
 {
     if (contains(kRsaKeyOids, oid)) {
-        const tavik::RsaKeyPtr rsa(tavik_cert_pubkey_torsapubkey(key));
-        const tavik::BigIntPtr modulus(rsa ? tavik_crypto_rsakey_getmodulus(rsa.get()) : nullptr);
+        const tavik::BigIntPtr modulus(rsa ? tavik_crypto_rsakey_getmodulus(rsa) : nullptr);
         const int bits = modulus ? tavik_biginteger_getbitcount(modulus.get()) : -1;
         return bits > 0 ? bits : -1;
     }
@@ -139,7 +139,8 @@ long GetPublicKeyLength(std::string_view oid, const tavik_cert_algorithmid *alg,
 }
 
 // The key's encoding, a blank line, and for RSA keys the modulus and exponent.
-std::optional<std::string> GetPublicKey(std::string_view oid, const tavik_cert_pubkey *key)
+std::optional<std::string> GetPublicKey(std::string_view oid, const tavik_cert_pubkey *key,
+                                        const tavik_crypto_rsakey *rsa)
 {
     const tavik::BlobPtr encoding(tavik_cert_pubkey_getencode(key));
     std::optional<std::string> hex = ShowCertDetailDlgModel::GetHexNumber(encoding.get());
@@ -147,11 +148,10 @@ std::optional<std::string> GetPublicKey(std::string_view oid, const tavik_cert_p
         return std::nullopt;
     if (!contains(kRsaKeyOids, oid))
         return *hex + "\r\n\r\n";
-    const tavik::RsaKeyPtr rsa(tavik_cert_pubkey_torsapubkey(key));
     if (!rsa)
         return std::nullopt;
-    const tavik::BigIntPtr modulus(tavik_crypto_rsakey_getmodulus(rsa.get()));
-    const tavik::BigIntPtr exponent(tavik_crypto_rsakey_getpubexp(rsa.get()));
+    const tavik::BigIntPtr modulus(tavik_crypto_rsakey_getmodulus(rsa));
+    const tavik::BigIntPtr exponent(tavik_crypto_rsakey_getpubexp(rsa));
     const auto m = modulus ? ShowCertDetailDlgModel::GetBigInt(modulus.get()) : std::nullopt;
     const auto e = exponent ? ShowCertDetailDlgModel::GetBigInt(exponent.get()) : std::nullopt;
     if (!m || !e)
@@ -537,7 +537,9 @@ void ShowCertDetailDlgModel::GetCertPublicKeyInfo()
         return;
     }
 
-    const long bits = GetPublicKeyLength(*oid, alg.get(), key.get());
+    const tavik::RsaKeyPtr rsa(
+        contains(kRsaKeyOids, *oid) ? tavik_cert_pubkey_torsapubkey(key.get()) : nullptr);
+    const long bits = GetPublicKeyLength(*oid, alg.get(), rsa.get());
     if (bits == -1) {
         AddCertInfo(name, kUnavailable, kUnavailable, kVersion1Field);
         return;
@@ -548,7 +550,7 @@ void ShowCertDetailDlgModel::GetCertPublicKeyInfo()
     if (params) {
         // "签名参数" here too, as the list has always labelled key parameters.
         content += "\r\n签名参数:" + *params + "\r\n";
-        if (const auto keyText = GetPublicKey(*oid, key.get()))
+        if (const auto keyText = GetPublicKey(*oid, key.get(), rsa.get()))
             content += *keyText;
     }
     AddCertInfo(name, value, content, kVersion1Field);

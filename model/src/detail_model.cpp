@@ -34,6 +34,9 @@ bool ShowCertDetailDlgModel::setCertHandle(TAVIK_CERT_st *cert)
 void ShowCertDetailDlgModel::getCertInfomation()
 {
     m_certInfos.clear();
+    // Room for a typical certificate's rows, so the store is not rehashed
+    // while they are added.
+    m_certInfos.reserve(48);
     GetCertVersion();
     GetCertSerialNumber();
     GetCertSignAlgo();
@@ -74,6 +77,7 @@ void ShowCertDetailDlgModel::setSelectedIndex(unsigned mask)
 void ShowCertDetailDlgModel::changeDisplayKeys()
 {
     std::vector<std::string> shown;
+    shown.reserve(m_keys.size());
     for (const std::string &name : m_keys) {
         const CertDetailInfoItem *row = item(name);
         if (row && (row->type & m_selectedIndex) != 0)
