@@ -33,6 +33,7 @@ class Exercise {
         rawBytes(data, size);
         asn1(data, size);
         certificates(data, size);
+        nulls(data, size);
         return m_failed == nullptr;
     }
     const char *what() const { return m_failed ? m_failed : ""; }
@@ -47,11 +48,27 @@ class Exercise {
 
     const char *m_failed = nullptr;
     unsigned m_sink = 0; // keeps reads from being dropped
+    // Set while every family is walked from null handles (nulls()).
+    bool m_null = false;
 
     void check(bool condition, const char *what)
     {
         if (!condition && !m_failed)
             m_failed = what;
+    }
+
+    // What a getter made; nothing may come of a null handle.
+    bool made(const void *p)
+    {
+        check(!m_null || !p, "answer for a null handle");
+        return p != nullptr;
+    }
+    bool accepted(bool yes) { return made(yes ? this : nullptr); }
+    // A number read, and the failure value it must be for a null handle.
+    void number(long value, long onNull)
+    {
+        m_sink += static_cast<unsigned>(value);
+        check(!m_null || value == onNull, "failure value for a null handle");
     }
 
     void readBytes(const unsigned char *data, std::size_t length)
@@ -65,7 +82,7 @@ class Exercise {
     void blob(tavik_data_blob *raw)
     {
         const tavik::BlobPtr owned(raw);
-        if (raw) {
+        if (made(raw)) {
             check(raw->data != nullptr, "blob without data");
             readBytes(raw->data, raw->length);
         }
@@ -74,7 +91,7 @@ class Exercise {
     // Texts come from one heap: release them with either function.
     void text(char *raw, bool cryptoFree = false)
     {
-        if (!raw)
+        if (!made(raw))
             return;
         m_sink += static_cast<unsigned>(std::strlen(raw));
         cryptoFree ? TavikPKICryptoFreeMemory(raw) : tavik_free(raw);
@@ -83,12 +100,11 @@ class Exercise {
     void ustring(tavik_ustring *raw)
     {
         const Own<tavik_ustring, tavik_ustring_free> s(raw);
-        if (!s)
-            return;
-        m_sink += static_cast<unsigned>(tavik_ustring_getlength(s.get()));
+        made(raw);
+        number(static_cast<long>(tavik_ustring_getlength(s.get())), 0);
         char *mb = nullptr;
         std::size_t mbLength = 0;
-        if (tavik_ustring_tombs(s.get(), "UTF-8", &mb, &mbLength) == 1) {
+        if (accepted(tavik_ustring_tombs(s.get(), "UTF-8", &mb, &mbLength) == 1)) {
             check(mb != nullptr && std::strlen(mb) <= mbLength, "multibyte length");
             readBytes(reinterpret_cast<const unsigned char *>(mb), mbLength);
             tavik_free(mb);
@@ -97,7 +113,7 @@ class Exercise {
             check(false, "unknown encoding");
             tavik_free(mb);
         }
-        if (wchar_t *wide = tavik_ustring_towcs(s.get())) {
+        if (wchar_t *wide = tavik_ustring_towcs(s.get()); made(wide)) {
             m_sink += static_cast<unsigned>(std::wcslen(wide));
             tavik_free(wide);
         }
@@ -106,17 +122,16 @@ class Exercise {
     void bigint(tavik_biginteger *raw, bool negate = true)
     {
         const tavik::BigIntPtr n(raw);
-        if (!n)
-            return;
+        made(raw);
         m_sink += static_cast<unsigned>(tavik_biginteger_getbitcount(n.get()));
         blob(tavik_biginteger_getdata(n.get()));
         m_sink += static_cast<unsigned>(tavik_biginteger_getsign(n.get()));
         std::int64_t value = 0;
-        if (tavik_biginteger_getvalue(n.get(), &value) == 1)
+        if (accepted(tavik_biginteger_getvalue(n.get(), &value) == 1))
             m_sink += static_cast<unsigned>(value);
         char *dec = nullptr;
         std::size_t decLength = 0;
-        if (tavik_biginteger_unsigned_todec(n.get(), &dec, &decLength) == 1) {
+        if (accepted(tavik_biginteger_unsigned_todec(n.get(), &dec, &decLength) == 1)) {
             check(dec != nullptr && std::strlen(dec) == decLength, "decimal length");
             tavik_free(dec);
         }
@@ -127,27 +142,29 @@ class Exercise {
     void bitset(tavik_bitset *raw)
     {
         const tavik::BitSetPtr set(raw);
-        if (!set)
-            return;
+        made(raw);
         int unused = -1;
         tavik_data_blob *data = tavik_bitset_getdata(set.get(), &unused);
         const int bits = data ? static_cast<int>(data->length) * 8 : 0;
         blob(data);
         for (int i = -1; i <= bits && i < 1024; ++i)
-            m_sink += static_cast<unsigned>(tavik_bitset_isset(set.get(), i));
+            number(tavik_bitset_isset(set.get(), i), 0);
     }
 
     void calendar(tavik_time *raw, bool convert = true)
     {
         const tavik::TimePtr t(raw);
-        if (!t)
-            return;
+        made(raw);
         m_sink +=
             static_cast<unsigned>(tavik_time_getyear(t.get()) + tavik_time_getmonth(t.get()) +
                                   tavik_time_getday(t.get()) + tavik_time_gethour(t.get()) +
                                   tavik_time_getminute(t.get()) + tavik_time_getsecond(t.get()));
         const tavik::TimePtr copy(tavik_time_dup(t.get()));
-        check(tavik_time_cmp(t.get(), copy.get()) == 0, "time copy differs");
+        made(copy.get());
+        const int order = tavik_time_cmp(t.get(), copy.get());
+        number(order, -2);
+        check(!t || order == 0, "time copy differs");
+        check(tavik_time_cmp(t.get(), nullptr) == -2, "time compared with null");
         if (convert)
             calendar(tavik_time_utc2local(t.get()), false);
     }
@@ -157,19 +174,18 @@ class Exercise {
     void asn1Value(tavik_asn1_value *raw)
     {
         const Own<tavik_asn1_value, tavik_asn1_value_free> v(raw);
-        if (!v)
-            return;
-        m_sink += static_cast<unsigned>(tavik_asn1_value_gettype(v.get()));
-        m_sink += static_cast<unsigned>(tavik_asn1_value_getencodedlength(v.get()));
+        made(raw);
+        number(tavik_asn1_value_gettype(v.get()), -1);
+        number(static_cast<long>(tavik_asn1_value_getencodedlength(v.get())), 0);
         blob(tavik_asn1_octetstring_getblob(v.get()));
         const int length = tavik_asn1_integer_getlength(v.get());
-        if (length > 0) {
+        if (accepted(length > 0)) {
             std::string out(static_cast<std::size_t>(length), '\0');
             auto *bytes = reinterpret_cast<unsigned char *>(out.data());
             check(tavik_asn1_integer_get(v.get(), bytes, out.size()) == 1, "integer copy");
             check(tavik_asn1_integer_get(v.get(), bytes, out.size() - 1) != 1, "short buffer");
         }
-        m_sink += static_cast<unsigned>(tavik_asn1_boolean_istrue(v.get()));
+        number(tavik_asn1_boolean_istrue(v.get()), -1);
         text(tavik_asn1_oid_getstring(v.get()));
     }
 
@@ -244,13 +260,19 @@ class Exercise {
         unsigned char *r = nullptr;
         unsigned char *s = nullptr;
         int rLength = 0, sLength = 0;
-        if (size <= INT_MAX && TavikPKICryptoDecodeECCSignature(data, static_cast<int>(size), &r,
-                                                                &rLength, &s, &sLength) == 1) {
+        const int length = size <= INT_MAX ? static_cast<int>(size) : 0;
+        if (TavikPKICryptoDecodeECCSignature(data, length, &r, &rLength, &s, &sLength) == 1) {
             readBytes(r, static_cast<std::size_t>(rLength));
             readBytes(s, static_cast<std::size_t>(sLength));
             tavik_free(r);
             tavik_free(s);
         }
+        check(TavikPKICryptoDecodeECCSignature(nullptr, length, &r, &rLength, &s, &sLength) != 1 &&
+                  TavikPKICryptoDecodeECCSignature(data, -1, &r, &rLength, &s, &sLength) != 1 &&
+                  TavikPKICryptoDecodeECCSignature(data, length, nullptr, &rLength, &s, &sLength) !=
+                      1 &&
+                  TavikPKICryptoDecodeECCSignature(data, length, &r, &rLength, &s, nullptr) != 1,
+              "signature with null");
     }
 
     // ---- Names ----
@@ -258,39 +280,46 @@ class Exercise {
     void rdn(tavik_cert_rdn *raw)
     {
         const Own<tavik_cert_rdn, tavik_cert_rdn_free> r(raw);
-        const int count = r ? tavik_cert_rdn_getitemcount(r.get()) : 0;
+        made(raw);
+        const int count = tavik_cert_rdn_getitemcount(r.get());
+        number(count, -1);
         for (int i = 0; i < count && i < kMaxItems; ++i) {
-            const Own<tavik_cert_attrtypeandvalue, tavik_cert_attrtypeandvalue_free> atv(
-                tavik_cert_rdn_getitem(r.get(), i));
-            check(atv != nullptr, "rdn item");
-            text(tavik_cert_attrtypeandvalue_gettype(atv.get()), true);
-            ustring(tavik_cert_attrtypeandvalue_getstring(atv.get()));
-            blob(tavik_cert_attrtypeandvalue_getvalencode(atv.get()));
+            tavik_cert_attrtypeandvalue *item = tavik_cert_rdn_getitem(r.get(), i);
+            check(item != nullptr, "rdn item");
+            atv(item);
         }
-        if (r)
-            check(!Own<tavik_cert_attrtypeandvalue, tavik_cert_attrtypeandvalue_free>(
-                      tavik_cert_rdn_getitem(r.get(), count)),
-                  "rdn item past the end");
+        check(!Own<tavik_cert_attrtypeandvalue, tavik_cert_attrtypeandvalue_free>(
+                  tavik_cert_rdn_getitem(r.get(), count)),
+              "rdn item past the end");
+    }
+
+    void atv(tavik_cert_attrtypeandvalue *raw)
+    {
+        const Own<tavik_cert_attrtypeandvalue, tavik_cert_attrtypeandvalue_free> atv(raw);
+        made(raw);
+        text(tavik_cert_attrtypeandvalue_gettype(atv.get()), true);
+        ustring(tavik_cert_attrtypeandvalue_getstring(atv.get()));
+        blob(tavik_cert_attrtypeandvalue_getvalencode(atv.get()));
     }
 
     void dn(tavik_cert_dn *raw)
     {
         const Own<tavik_cert_dn, tavik_cert_dn_free> d(raw);
-        const int count = d ? tavik_cert_dn_getitemcount(d.get()) : 0;
+        made(raw);
+        const int count = tavik_cert_dn_getitemcount(d.get());
+        number(count, -1);
         for (int i = 0; i < count && i < kMaxItems; ++i)
             rdn(tavik_cert_dn_getitem(d.get(), i));
-        if (d)
-            check(!Own<tavik_cert_rdn, tavik_cert_rdn_free>(tavik_cert_dn_getitem(d.get(), -1)),
-                  "rdn before the start");
+        check(!Own<tavik_cert_rdn, tavik_cert_rdn_free>(tavik_cert_dn_getitem(d.get(), -1)),
+              "rdn before the start");
     }
 
     // Every accessor on every name, whatever its type: the others refuse.
     void generalName(tavik_cert_generalname *raw)
     {
         const Own<tavik_cert_generalname, tavik_cert_generalname_free> gn(raw);
-        if (!gn)
-            return;
-        m_sink += static_cast<unsigned>(tavik_cert_generalname_gettype(gn.get()));
+        made(raw);
+        number(tavik_cert_generalname_gettype(gn.get()), -1);
         ustring(tavik_cert_generalname_getrfc822name(gn.get()));
         ustring(tavik_cert_generalname_getdnsname(gn.get()));
         ustring(tavik_cert_generalname_geturi(gn.get()));
@@ -301,6 +330,7 @@ class Exercise {
         {
             const Own<tavik_cert_othername, tavik_cert_othername_free> other(
                 tavik_cert_generalname_getothername(gn.get()));
+            made(other.get());
             text(tavik_cert_othername_gettype(other.get()));
             const tavik::BlobPtr value(tavik_cert_othername_getvalue(other.get()));
             if (value)
@@ -308,6 +338,7 @@ class Exercise {
         }
         const Own<tavik_cert_ediparyname, tavik_cert_ediparyname_free> edi(
             tavik_cert_generalname_getediname(gn.get()));
+        made(edi.get());
         ustring(tavik_cert_ediparyname_getnameassigner(edi.get()));
         ustring(tavik_cert_ediparyname_getpartyname(edi.get()));
     }
@@ -315,27 +346,36 @@ class Exercise {
     void generalNames(tavik_cert_generalnames *raw)
     {
         const Own<tavik_cert_generalnames, tavik_cert_generalnames_free> names(raw);
-        const int count = names ? tavik_cert_generalnames_getitemcount(names.get()) : 0;
+        made(raw);
+        const int count = tavik_cert_generalnames_getitemcount(names.get());
+        number(count, -1);
         for (int i = 0; i < count && i < kMaxItems; ++i)
             generalName(tavik_cert_generalnames_getitem(names.get(), i));
-        if (names)
-            check(!Own<tavik_cert_generalname, tavik_cert_generalname_free>(
-                      tavik_cert_generalnames_getitem(names.get(), count)),
-                  "name past the end");
+        check(!Own<tavik_cert_generalname, tavik_cert_generalname_free>(
+                  tavik_cert_generalnames_getitem(names.get(), count)),
+              "name past the end");
     }
 
     void subtrees(tavik_cert_generalsubtrees *raw)
     {
         const Own<tavik_cert_generalsubtrees, tavik_cert_generalsubtrees_free> trees(raw);
-        const int count = trees ? tavik_cert_generalsubtrees_getitemcount(trees.get()) : 0;
+        made(raw);
+        const int count = tavik_cert_generalsubtrees_getitemcount(trees.get());
+        number(count, -1);
         for (int i = 0; i < count && i < kMaxItems; ++i) {
-            const Own<tavik_cert_generalsubtree, tavik_cert_generalsubtree_free> tree(
-                tavik_cert_generalsubtrees_getitem(trees.get(), i));
-            check(tree != nullptr, "subtree");
-            generalName(tavik_cert_generalsubtree_getbase(tree.get()));
-            bigint(tavik_cert_generalsubtree_getmin(tree.get()));
-            bigint(tavik_cert_generalsubtree_getmax(tree.get()));
+            tavik_cert_generalsubtree *item = tavik_cert_generalsubtrees_getitem(trees.get(), i);
+            check(item != nullptr, "subtree");
+            subtree(item);
         }
+    }
+
+    void subtree(tavik_cert_generalsubtree *raw)
+    {
+        const Own<tavik_cert_generalsubtree, tavik_cert_generalsubtree_free> tree(raw);
+        made(raw);
+        generalName(tavik_cert_generalsubtree_getbase(tree.get()));
+        bigint(tavik_cert_generalsubtree_getmin(tree.get()));
+        bigint(tavik_cert_generalsubtree_getmax(tree.get()));
     }
 
     // ---- Fields and keys ----
@@ -343,46 +383,46 @@ class Exercise {
     void algorithm(tavik_cert_algorithmid *raw)
     {
         const Own<tavik_cert_algorithmid, tavik_cert_algorithmid_free> alg(raw);
-        if (!alg)
-            return;
+        made(raw);
         text(tavik_cert_algorithmid_getoid(alg.get()), true);
         m_sink += static_cast<unsigned>(tavik_cert_algorithmid_hasparams(alg.get()) +
                                         tavik_cert_algorithmid_hasnullparam(alg.get()));
         blob(tavik_cert_algorithmid_getparamsencode(alg.get()));
         const Own<tavik_cert_dssparams, tavik_cert_dssparams_free> dss(
             tavik_cert_algorithmid_getdssparams(alg.get()));
-        if (dss) {
-            bigint(tavik_cert_dssparams_getp(dss.get()));
-            bigint(tavik_cert_dssparams_getq(dss.get()));
-            bigint(tavik_cert_dssparams_getg(dss.get()));
-        }
+        made(dss.get());
+        bigint(tavik_cert_dssparams_getp(dss.get()));
+        bigint(tavik_cert_dssparams_getq(dss.get()));
+        bigint(tavik_cert_dssparams_getg(dss.get()));
     }
 
     void publicKey(tavik_cert_pubkey *raw)
     {
         const Own<tavik_cert_pubkey, tavik_cert_pubkey_free> key(raw);
-        if (!key)
-            return;
+        made(raw);
         blob(tavik_cert_pubkey_getencode(key.get()));
         {
             const Own<tavik_crypto_rsakey, tavik_crypto_rsakey_free> rsa(
                 tavik_cert_pubkey_torsapubkey(key.get()));
+            made(rsa.get());
             bigint(tavik_crypto_rsakey_getmodulus(rsa.get()));
             bigint(tavik_crypto_rsakey_getpubexp(rsa.get()));
         }
         const Own<tavik_ecc_pubkey, tavik_ecc_freepubkey> ec(
             tavik_cert_pubkey_toeccpubkey(key.get()));
-        if (!ec)
-            return;
         const Own<tavik_ecc_point, tavik_ecc_freepoint> point(tavik_ecc_getpubkeypoint(ec.get()));
         const Own<tavik_ecc_domainparameters, tavik_ecc_freedomainparameters> params(
             tavik_ecc_getdomainparametersfrompubkey(ec.get()));
+        made(ec.get());
+        made(point.get());
+        made(params.get());
         text(tavik_ecc_domainparameters_getname(params.get()));
         m_sink += static_cast<unsigned>(tavik_ecc_domainparameters_getbits(params.get()));
         for (const int compressed : {0, 1}) {
             unsigned char out[160];
             std::size_t length = sizeof out;
-            if (tavik_ecc_encode_point(params.get(), point.get(), compressed, out, &length) == 1 &&
+            if (accepted(tavik_ecc_encode_point(params.get(), point.get(), compressed, out,
+                                                &length) == 1) &&
                 length > 0) {
                 check(length <= sizeof out, "point beyond buffer");
                 std::size_t tooShort = length - 1;
@@ -399,31 +439,34 @@ class Exercise {
     void list(List *raw, Each each)
     {
         const Own<List, Free> owned(raw);
-        if (!owned)
-            return;
+        made(raw);
         const int count = Count(owned.get());
-        check(count >= 0, "negative count");
-        for (int i = 0; i < count && i < kMaxItems; ++i)
-            each(Item(owned.get(), i));
+        number(count, -1);
+        check(count >= 0 || !owned, "negative count");
+        for (int i = 0; i < count && i < kMaxItems; ++i) {
+            auto *item = Item(owned.get(), i);
+            check(item != nullptr, "item in the list");
+            each(item);
+        }
         for (const int outside : {-1, count}) {
             if (auto *item = Item(owned.get(), outside)) {
                 check(false, "item outside the list");
                 each(item);
             }
         }
+        each(nullptr); // the item's getters on no item
     }
 
     void policyQualifier(tavik_cert_polqualifierinfo *raw)
     {
         const Own<tavik_cert_polqualifierinfo, tavik_cert_polqualifierinfo_free> q(raw);
-        check(q != nullptr, "qualifier");
+        made(raw);
         text(tavik_cert_polqualifierinfo_getid(q.get()));
         ustring(tavik_cert_polqualifierinfo_getcpsuri(q.get()));
         blob(tavik_cert_polqualifierinfo_getqualifierencode(q.get()));
         const Own<tavik_cert_usernotice, tavik_cert_usernotice_free> notice(
             tavik_cert_polqualifierinfo_getusernotice(q.get()));
-        if (!notice)
-            return;
+        made(notice.get());
         ustring(tavik_cert_usernotice_getreforg(notice.get()));
         ustring(tavik_cert_usernotice_getexplicittext(notice.get()));
         const int count = tavik_cert_usernotice_getrefnumberscount(notice.get());
@@ -436,20 +479,22 @@ class Exercise {
     void policyInfo(tavik_cert_policyinfo *raw)
     {
         const Own<tavik_cert_policyinfo, tavik_cert_policyinfo_free> info(raw);
-        check(info != nullptr, "policy");
+        made(raw);
         text(tavik_cert_policyinfo_getid(info.get()));
         m_sink += static_cast<unsigned>(tavik_cert_policyinfo_hasqualifier(info.get()));
         const int count = tavik_cert_policyinfo_getqualifiercount(info.get());
-        for (int i = 0; i < count && i < kMaxItems; ++i)
-            policyQualifier(tavik_cert_policyinfo_getqualifier(info.get(), i));
+        for (int i = 0; i < count && i < kMaxItems; ++i) {
+            tavik_cert_polqualifierinfo *item = tavik_cert_policyinfo_getqualifier(info.get(), i);
+            check(item != nullptr, "qualifier");
+            policyQualifier(item);
+        }
     }
 
     void dpName(tavik_cert_dpname *raw)
     {
         const Own<tavik_cert_dpname, tavik_cert_dpname_free> name(raw);
-        if (!name)
-            return;
-        m_sink += static_cast<unsigned>(tavik_cert_dpname_gettype(name.get()));
+        made(raw);
+        number(tavik_cert_dpname_gettype(name.get()), -1);
         generalNames(tavik_cert_dpname_getfullname(name.get()));
         rdn(tavik_cert_dpname_getrelname(name.get()));
     }
@@ -457,27 +502,28 @@ class Exercise {
     void extension(tavik_cert_ext *raw)
     {
         const Own<tavik_cert_ext, tavik_cert_ext_free> ext(raw);
-        check(ext != nullptr, "extension");
-        if (!ext)
-            return;
-        const tavik::TextPtr id(tavik_cert_ext_getextid(ext.get()));
-        m_sink += static_cast<unsigned>(tavik_cert_ext_iscrical(ext.get()));
+        made(raw);
+        text(tavik_cert_ext_getextid(ext.get()));
+        number(tavik_cert_ext_iscrical(ext.get()), 0);
         {
             const tavik::BlobPtr value(tavik_cert_ext_getvalue(ext.get()));
-            if (value)
+            if (made(value.get()))
                 asn1(value->data, value->length);
         }
         const tavik_cert_ext *e = ext.get();
-
-        if (const Own<tavik_cert_akid, tavik_cert_akid_free> akid(tavik_cert_ext_toakid(e)); akid) {
+        // Each converter's result goes through its getters, null or not.
+        {
+            const Own<tavik_cert_akid, tavik_cert_akid_free> akid(tavik_cert_ext_toakid(e));
+            made(akid.get());
             blob(tavik_cert_akid_getkeyid(akid.get()));
             generalNames(tavik_cert_akid_getissuerissuername(akid.get()));
             bigint(tavik_cert_akid_getissuercertsn(akid.get()));
         }
-        if (const Own<tavik_cert_basicconstraints, tavik_cert_basicconstraints_free> bc(
+        {
+            const Own<tavik_cert_basicconstraints, tavik_cert_basicconstraints_free> bc(
                 tavik_cert_ext_tobasicconstraints(e));
-            bc) {
-            m_sink += static_cast<unsigned>(tavik_cert_basicconstraints_isca(bc.get()));
+            made(bc.get());
+            number(tavik_cert_basicconstraints_isca(bc.get()), 0);
             bigint(tavik_cert_basicconstraints_getpathlen(bc.get()));
         }
         bitset(tavik_cert_ext_tobitstring(e));
@@ -491,19 +537,21 @@ class Exercise {
              tavik_cert_policymaps_getitem>(
             tavik_cert_ext_topolicymappings(e), [this](tavik_cert_policymap *raw) {
                 const Own<tavik_cert_policymap, tavik_cert_policymap_free> map(raw);
-                check(map != nullptr, "policy map");
+                made(map.get());
                 text(tavik_cert_policymap_getissuerpolicy(map.get()));
                 text(tavik_cert_policymap_getsubjectpolicy(map.get()));
             });
-        if (const Own<tavik_cert_policyconstraints, tavik_cert_policyconstraints_free> pc(
+        {
+            const Own<tavik_cert_policyconstraints, tavik_cert_policyconstraints_free> pc(
                 tavik_cert_ext_topolicyconstraints(e));
-            pc) {
+            made(pc.get());
             bigint(tavik_cert_policyconstraints_getreqexppolicy(pc.get()));
             bigint(tavik_cert_policyconstraints_getinhibtpolicymapping(pc.get()));
         }
-        if (const Own<tavik_cert_nameconstraints, tavik_cert_nameconstraints_free> nc(
+        {
+            const Own<tavik_cert_nameconstraints, tavik_cert_nameconstraints_free> nc(
                 tavik_cert_ext_tonameconstraints(e));
-            nc) {
+            made(nc.get());
             subtrees(tavik_cert_nameconstraints_getpremit(nc.get()));
             subtrees(tavik_cert_nameconstraints_getexclude(nc.get()));
         }
@@ -512,12 +560,14 @@ class Exercise {
              tavik_cert_crldps_getitem>(
             tavik_cert_ext_tocrldp(e), [this](tavik_cert_distpoint *raw) {
                 const Own<tavik_cert_distpoint, tavik_cert_distpoint_free> dp(raw);
-                check(dp != nullptr, "distribution point");
+                made(dp.get());
                 dpName(tavik_cert_distpoint_getdpname(dp.get()));
                 bitset(tavik_cert_distpoint_getreasons(dp.get()));
                 generalNames(tavik_cert_distpoint_getcrlissuer(dp.get()));
             });
-        if (const Own<tavik_cert_idp, tavik_cert_idp_free> idp(tavik_cert_ext_toidp(e)); idp) {
+        {
+            const Own<tavik_cert_idp, tavik_cert_idp_free> idp(tavik_cert_ext_toidp(e));
+            made(idp.get());
             dpName(tavik_cert_idp_getdpname(idp.get()));
             m_sink += static_cast<unsigned>(tavik_cert_idp_isonlycontainsusercerts(idp.get()) +
                                             tavik_cert_idp_isonlycontainscacerts(idp.get()) +
@@ -529,13 +579,14 @@ class Exercise {
              tavik_cert_accessdescs_getitemcount, tavik_cert_accessdescs_getitem>(
             tavik_cert_ext_toaccessdescs(e), [this](tavik_cert_accessdesc *raw) {
                 const Own<tavik_cert_accessdesc, tavik_cert_accessdesc_free> desc(raw);
-                check(desc != nullptr, "access description");
+                made(desc.get());
                 text(tavik_cert_accessdesc_getmethod(desc.get()), true);
                 generalName(tavik_cert_accessdesc_getlocation(desc.get()));
             });
-        if (const Own<tavik_cert_privkeyusageperiod, tavik_cert_privkeyusageperiod_free> period(
+        {
+            const Own<tavik_cert_privkeyusageperiod, tavik_cert_privkeyusageperiod_free> period(
                 tavik_cert_ext_toprivkeyusageperiod(e));
-            period) {
+            made(period.get());
             calendar(tavik_cert_privkeyusageperiod_getnotbefore(period.get()));
             calendar(tavik_cert_privkeyusageperiod_getnotafter(period.get()));
         }
@@ -544,7 +595,7 @@ class Exercise {
             tavik_cert_ext_toidentificationitems(e), [this](tavik_cert_identificationitem *raw) {
                 const Own<tavik_cert_identificationitem, tavik_cert_identificationitem_free> item(
                     raw);
-                check(item != nullptr, "identification item");
+                made(item.get());
                 std::int64_t n = 0;
                 m_sink +=
                     static_cast<unsigned>(tavik_cert_identificationitem_gettype(item.get(), &n));
@@ -556,7 +607,7 @@ class Exercise {
              tavik_cert_digestinfolist_getitemcount, tavik_cert_digestinfolist_getitem>(
             tavik_cert_ext_todigestinfolist(e), [this](tavik_cert_digestinfo *raw) {
                 const Own<tavik_cert_digestinfo, tavik_cert_digestinfo_free> info(raw);
-                check(info != nullptr, "digest info");
+                made(info.get());
                 algorithm(tavik_cert_digestinfo_getalgorithm(info.get()));
                 blob(tavik_cert_digestinfo_gethashvalue(info.get()));
             });
@@ -571,11 +622,13 @@ class Exercise {
 
     void extensions(TAVIK_CERT_st *cert)
     {
-        m_sink += static_cast<unsigned>(tavik_cert_hasexts(cert));
+        number(tavik_cert_hasexts(cert), 0);
         const Own<tavik_cert_exts, tavik_cert_exts_free> exts(tavik_cert_getexts(cert));
-        if (!exts)
-            return;
+        made(exts.get());
         const int count = tavik_cert_exts_getitemcount(exts.get());
+        number(count, -1);
+        check(!tavik::ExtPtr(tavik_cert_exts_find(exts.get(), nullptr)), "found a null OID");
+        made(tavik::ExtPtr(tavik_cert_exts_find(exts.get(), "2.5.29.15")).get());
         for (int i = 0; i < count && i < kMaxItems; ++i) {
             tavik_cert_ext *ext = tavik_cert_exts_getitem(exts.get(), i);
             if (const tavik::TextPtr id(ext ? tavik_cert_ext_getextid(ext) : nullptr); id)
@@ -592,20 +645,21 @@ class Exercise {
     {
         for (const int code : kStringAttributes) {
             char *value = nullptr;
-            if (TavikPKICertGetCertStringAttribute(cert, code, &value) == 1)
+            if (accepted(TavikPKICertGetCertStringAttribute(cert, code, &value) == 1))
                 text(value, true);
         }
         for (const int code : kIntegerAttributes) {
             std::int64_t value = 0;
-            if (TavikPKICertGetCertIntegerAttribute(cert, code, &value) == 1)
+            if (accepted(TavikPKICertGetCertIntegerAttribute(cert, code, &value) == 1))
                 m_sink += static_cast<unsigned>(value);
         }
         calendar(tavik_cert_getvaliditystart(cert));
         calendar(tavik_cert_getvalidityend(cert));
-        m_sink += static_cast<unsigned>(tavik_cert_getversion(cert));
+        number(tavik_cert_getversion(cert), -1);
         tavik_asn1_value *serial = nullptr;
-        if (tavik_cert_getserialnumber_ex(cert, &serial) == 1)
+        if (accepted(tavik_cert_getserialnumber_ex(cert, &serial) == 1))
             asn1Value(serial);
+        check(tavik_cert_getserialnumber_ex(cert, nullptr) != 1, "serial into null");
         algorithm(tavik_cert_getsignalgorithm(cert));
         algorithm(tavik_cert_getpubkeyalgorithm(cert));
         dn(tavik_cert_getissuer(cert));
@@ -613,7 +667,7 @@ class Exercise {
         publicKey(tavik_cert_getpubkey(cert));
         {
             const tavik::BlobPtr signature(tavik_cert_getsignvalue(cert));
-            if (signature && signature->length <= INT_MAX)
+            if (made(signature.get()) && signature->length <= INT_MAX)
                 rawBytes(signature->data, signature->length);
         }
         m_sink +=
@@ -622,7 +676,7 @@ class Exercise {
         bitset(tavik_cert_getsubjectuid(cert));
         {
             const tavik::BlobPtr der(tavik_cert_encode(cert));
-            if (der)
+            if (made(der.get()))
                 digests(der->data, der->length);
         }
         extensions(cert);
@@ -639,6 +693,10 @@ class Exercise {
                 check(length <= sizeof out, "digest beyond buffer");
             std::size_t tooShort = 8;
             check(digest(data, size, out, &tooShort) != 1, "digest into a short buffer");
+            check(digest(nullptr, 1, out, &length) != 1 &&
+                      digest(data, size, nullptr, &length) != 1 &&
+                      digest(data, size, out, nullptr) != 1,
+                  "digest with null");
         }
     }
 
@@ -650,6 +708,13 @@ class Exercise {
             certificate(cert.get());
             const tavik::CertPtr copy(TavikPKICertDupCert(cert.get()));
             check(copy != nullptr, "certificate copy");
+            const tavik::VerifyPtr verifier(TavikPKICertNewVerify());
+            check(TavikPKICertVerify(nullptr, cert.get(), nullptr, nullptr) == TAVIK_ERR_ARGUMENT &&
+                      TavikPKICertVerify(verifier.get(), nullptr, nullptr, nullptr) ==
+                          TAVIK_ERR_ARGUMENT &&
+                      TavikPKICertVerifyAddRootCert(verifier.get(), nullptr) != 1 &&
+                      TavikPKICertVerifyAddCACert(nullptr, cert.get()) != 1,
+                  "verifier with null");
         }
         TAVIK_CERT_st **all = nullptr;
         int count = 0;
@@ -657,6 +722,39 @@ class Exercise {
             const tavik::CertPath path(all, count);
             check(count > 0, "no certificate in a list");
         }
+    }
+
+    // Every family from null handles, and the readers with null inputs and
+    // outputs: each refuses, with its failure value where it has one.
+    void nulls(const unsigned char *data, std::size_t size)
+    {
+        m_null = true;
+        certificate(nullptr);
+        extension(nullptr);
+        atv(nullptr);
+        subtree(nullptr);
+        policyQualifier(nullptr);
+        ustring(tavik_ustring_newutf8(nullptr, 0));
+        bitset(tavik_bitset_new(nullptr, 1, 0));
+        made(Own<tavik_stream, tavik_stream_free>(tavik_stream_new_romem(nullptr, 0, 0, 0)).get());
+        number(static_cast<long>(tavik_stream_remaining(nullptr)), 0);
+        static constexpr unsigned char kNull[] = {0x05, 0x00};
+        tavik_asn1_value *value = nullptr;
+        accepted(tavik_asn1_mem_decode(nullptr, 0, TAVIK_ASN1_NULL, &value) == 1 ||
+                 tavik_asn1_mem_decode(kNull, 2, TAVIK_ASN1_NULL, nullptr) == 1 ||
+                 tavik_asn1_decode(nullptr, TAVIK_ASN1_INTEGER, &value, 0) == 1);
+        TAVIK_CERT_st *cert = nullptr;
+        accepted(TavikPKICertNewFromData(nullptr, size, &cert) == 1 ||
+                 TavikPKICertNewFromData(data, size, nullptr) == 1 ||
+                 TavikPKICertNewFromFile(nullptr, &cert) == 1 ||
+                 TavikPKICertStoreAddTrusted(nullptr) == 1);
+        made(cert);
+        tavik::CertPath path;
+        number(TavikPKICertGetCertPath(nullptr, path.outCerts(), path.outCount()),
+               TAVIK_ERR_ARGUMENT);
+        TavikPKICertFreeCertPath(nullptr, 3);
+        TavikPKICertFreeVerify(nullptr);
+        m_null = false;
     }
 };
 
