@@ -39,7 +39,7 @@ Value attribute(TAVIK_CERT_st *cert, int code)
     return isNumber ? Value(number) : Value();
 }
 
-TEST(CertLoad, MalformedMissingOrNullInputsFailWithoutOutput)
+TEST(CertLoad, MalformedOrMissingInputsFailWithoutOutput)
 {
     // "" is the fixture directory itself.
     for (const char *file :
@@ -62,9 +62,6 @@ TEST(CertLoad, MalformedMissingOrNullInputsFailWithoutOutput)
     ASSERT_GT(der.size(), 100u);
     der.push_back(0);
     EXPECT_NE(TavikPKICertNewFromData(der.data(), der.size(), &cert), 1);
-    EXPECT_NE(TavikPKICertNewFromData(nullptr, der.size(), &cert), 1);
-    EXPECT_NE(TavikPKICertNewFromData(der.data(), der.size() - 1, nullptr), 1);
-    EXPECT_NE(TavikPKICertNewFromFile(nullptr, &cert), 1);
     EXPECT_EQ(cert, nullptr);
 }
 

@@ -137,8 +137,6 @@ TEST(Converters, ReadTheirOwnStructureWholeAndRefuseEveryOther)
             EXPECT_EQ(convert(ext.get()), cases[i].accepts.count(name) == 1)
                 << name << " on " << hex(cases[i].value);
     }
-    for (const auto &[name, convert] : converters())
-        EXPECT_FALSE(convert(nullptr)) << name;
 }
 
 } // namespace
