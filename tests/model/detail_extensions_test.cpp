@@ -72,18 +72,12 @@ TEST(DetailExtensionRows, ExtensionsWithoutADecoderShowTheirValueInHex)
     const std::string longOid = "1.2.840.113549.1.9.16.2.47.1234567890.1234567890.1234567890."
                                 "1234567890.1234567890.1234567890.1234567890";
     const std::string longName = "未知扩展(" + longOid + ")";
-    const std::tuple<const char *, const char *, bool> exts[] = {
-        {"1.2.3.4", "040101", false},
-        {longOid.c_str(), "0500", true},
-        {"1.2.3.6", "", false},
-        {"1.2.3.4", "040102", true},
-    };
-    const CertPtr cert = madeCert([&](X509 *x) {
-        for (const auto &[oid, value, critical] : exts)
-            if (!addRawExt(x, oid, fromHex(value), critical))
-                return false;
-        return true;
-    });
+    const CertPtr cert = certWith({}, {
+                                          {"1.2.3.4", {0x04, 0x01, 0x01}},
+                                          {longOid, {0x05, 0x00}, true},
+                                          {"1.2.3.6", {}},
+                                          {"1.2.3.4", {0x04, 0x01, 0x02}, true},
+                                      });
     ShowCertDetailDlgModel model;
     ASSERT_TRUE(cert && model.setCertHandle(cert.get()));
     const Names &keys = model.keys();

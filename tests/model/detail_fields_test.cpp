@@ -157,8 +157,7 @@ TEST(FieldRows, ValueContentAndKind)
 
 TEST(FieldRows, EmptyNamesGiveEmptyTexts)
 {
-    const CertPtr cert =
-        madeCert([](X509 *x) { return ASN1_INTEGER_set(X509_get_serialNumber(x), 7) == 1; });
+    const CertPtr cert = certWith({});
     ShowCertDetailDlgModel model;
     ASSERT_TRUE(cert && model.setCertHandle(cert.get()));
     for (const char *row : {"颁发者", "证书主体"})

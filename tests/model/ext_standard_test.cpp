@@ -229,8 +229,7 @@ TEST(StandardExtensionRows, HandWrittenValues)
         {"2.5.29.54", "0500", "禁止任意发布策略", kNa, kNa},
     };
     for (const auto &c : cases) {
-        const CertPtr cert =
-            madeCert([&](X509 *x) { return addRawExt(x, c.oid, fromHex(c.der), c.critical); });
+        const CertPtr cert = certWith({}, {{c.oid, fromHex(c.der), c.critical}});
         Model model;
         ASSERT_TRUE(cert && model.setCertHandle(cert.get()));
         EXPECT_EQ(rowText(model, c.name), c.value + "|" + c.content + (c.critical ? "|6" : "|2"))

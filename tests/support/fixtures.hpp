@@ -65,18 +65,6 @@ inline tavik::CertPtr loadCert(const std::string &name)
 using X509Ptr = std::unique_ptr<X509, tavik::Free<X509_free>>;
 using KeyPtr = std::unique_ptr<EVP_PKEY, tavik::Free<EVP_PKEY_free>>;
 
-// A certificate the test made with OpenSSL, as a toolkit handle.
-inline tavik::CertPtr handleOf(X509 *x)
-{
-    unsigned char *der = nullptr;
-    const int length = x ? i2d_X509(x, &der) : -1;
-    TAVIK_CERT_st *cert = nullptr;
-    if (length > 0)
-        TavikPKICertNewFromData(der, static_cast<size_t>(length), &cert);
-    OPENSSL_free(der);
-    return tavik::CertPtr(cert);
-}
-
 // A text attribute; nullopt when the toolkit refuses it.
 inline std::optional<std::string> textAttribute(TAVIK_CERT_st *cert, int code)
 {

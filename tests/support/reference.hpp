@@ -8,7 +8,6 @@
 #include <openssl/objects.h>
 #include <openssl/x509.h>
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -133,36 +132,40 @@ inline bool addRawExt(X509 *x, const char *oid, const Bytes &value, bool critica
     return ext && X509_add_ext(x, ext.get(), -1);
 }
 
-// A v3 certificate OpenSSL makes and signs with a P-256 key after edit has
-// changed it.
-inline tavik::CertPtr madeCert(const std::function<bool(X509 *)> &edit)
+// An extension to add as given: its OID, value (DER) and critical flag.
+struct RawExt {
+    std::string oid;
+    Bytes value;
+    bool critical = false;
+};
+
+// A v3 certificate OpenSSL makes with the subject name (DER, or empty for
+// none) and the extensions, signed with a P-256 key, as a toolkit handle.
+inline tavik::CertPtr certWith(const Bytes &subject, const std::vector<RawExt> &exts = {})
 {
     static const KeyPtr key(EVP_EC_gen("P-256"));
     const X509Ptr x(X509_new());
-    if (!key || !x || X509_set_version(x.get(), X509_VERSION_3) != 1 ||
+    const unsigned char *p = subject.data();
+    const std::unique_ptr<X509_NAME, tavik::Free<X509_NAME_free>> name(
+        subject.empty() ? X509_NAME_new()
+                        : d2i_X509_NAME(nullptr, &p, static_cast<long>(subject.size())));
+    if (!key || !x || !name || X509_set_version(x.get(), X509_VERSION_3) != 1 ||
+        !X509_set_subject_name(x.get(), name.get()) ||
         !X509_gmtime_adj(X509_getm_notBefore(x.get()), 0) ||
         !X509_gmtime_adj(X509_getm_notAfter(x.get()), 86400) ||
-        X509_set_pubkey(x.get(), key.get()) != 1 || !edit(x.get()) ||
-        X509_sign(x.get(), key.get(), EVP_sha256()) <= 0)
+        X509_set_pubkey(x.get(), key.get()) != 1)
         return nullptr;
-    return handleOf(x.get());
-}
-
-// A certificate with the subject name (DER) and raw extensions {oid, value}.
-inline tavik::CertPtr certWith(const Bytes &subject,
-                               const std::vector<std::pair<const char *, Bytes>> &exts = {})
-{
-    return madeCert([&](X509 *x) {
-        const unsigned char *p = subject.data();
-        const std::unique_ptr<X509_NAME, tavik::Free<X509_NAME_free>> name(
-            d2i_X509_NAME(nullptr, &p, static_cast<long>(subject.size())));
-        if (!name || !X509_set_subject_name(x, name.get()))
-            return false;
-        for (const auto &[oid, value] : exts)
-            if (!addRawExt(x, oid, value))
-                return false;
-        return true;
-    });
+    for (const RawExt &ext : exts)
+        if (!addRawExt(x.get(), ext.oid.c_str(), ext.value, ext.critical))
+            return nullptr;
+    unsigned char *der = nullptr;
+    const int length =
+        X509_sign(x.get(), key.get(), EVP_sha256()) > 0 ? i2d_X509(x.get(), &der) : 0;
+    TAVIK_CERT_st *cert = nullptr;
+    if (length > 0)
+        TavikPKICertNewFromData(der, static_cast<size_t>(length), &cert);
+    OPENSSL_free(der);
+    return tavik::CertPtr(cert);
 }
 
 inline tavik::ExtPtr findExt(TAVIK_CERT_st *cert, const char *oid)

@@ -275,7 +275,7 @@ std::optional<std::string> readExt(const tavik_cert_ext *ext, const char *as)
 // The value carried in a certificate made here, read as the extension of its OID.
 std::optional<std::string> readMade(const char *oid, const Bytes &value)
 {
-    const CertPtr cert = madeCert([&](X509 *x) { return addRawExt(x, oid, value); });
+    const CertPtr cert = certWith({}, {{oid, value}});
     const ExtPtr ext = findExt(cert.get(), oid);
     EXPECT_TRUE(ext) << hex(value);
     return readExt(ext.get(), oid);

@@ -120,18 +120,13 @@ TEST(Converters, ReadTheirOwnStructureWholeAndRefuseEveryOther)
         {tlv(0x30, tlv(0x82, str("a.example")) + tlv(0x81, str("a@b.example"))), {"names"}},
         {{}, {}},
     };
-    std::vector<std::pair<std::string, Bytes>> raw;
+    std::vector<RawExt> raw;
     for (std::size_t i = 0; i < std::size(cases); ++i)
-        raw.emplace_back("1.2.3." + std::to_string(i + 1), cases[i].value);
-    const CertPtr cert = madeCert([&](X509 *x) {
-        for (const auto &[oid, value] : raw)
-            if (!addRawExt(x, oid.c_str(), value))
-                return false;
-        return true;
-    });
+        raw.push_back({"1.2.3." + std::to_string(i + 1), cases[i].value});
+    const CertPtr cert = certWith({}, raw);
     ASSERT_TRUE(cert);
     for (std::size_t i = 0; i < std::size(cases); ++i) {
-        const ExtPtr ext = findExt(cert.get(), raw[i].first.c_str());
+        const ExtPtr ext = findExt(cert.get(), raw[i].oid.c_str());
         ASSERT_TRUE(ext);
         for (const auto &[name, convert] : converters())
             EXPECT_EQ(convert(ext.get()), cases[i].accepts.count(name) == 1)

@@ -28,13 +28,9 @@ std::optional<std::u32string> codePoints(tavik_ustring *owned)
     return out;
 }
 
-// CN=n, for certificates whose subject does not matter.
-const Bytes kPlainName =
-    tlv(0x30, tlv(0x31, tlv(0x30, Bytes{0x06, 0x03, 0x55, 0x04, 0x03} + tlv(0x0C, str("n")))));
-
 CertPtr sanCert(const Bytes &names)
 {
-    return certWith(kPlainName, {{"2.5.29.17", tlv(0x30, names)}});
+    return certWith({}, {{"2.5.29.17", tlv(0x30, names)}});
 }
 
 GeneralNamesPtr altNames(const CertPtr &cert)
