@@ -61,8 +61,7 @@ TEST(DetailCertificate, RowsInReadingOrder)
 {
     Loaded l("rsa-leaf");
     ASSERT_TRUE(l.ok);
-    const unsigned char *p = l.der.data();
-    const X509Ptr x(d2i_X509(nullptr, &p, static_cast<long>(l.der.size())));
+    const X509Ptr x = opensslCert("rsa-leaf");
     ASSERT_TRUE(x && X509_get_ext_count(x.get()) > 0);
     const Names &keys = l.model.keys();
     ASSERT_EQ(keys.size(),

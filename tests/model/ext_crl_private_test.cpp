@@ -7,8 +7,6 @@
 namespace pkiui::test {
 namespace {
 
-constexpr const char *kNone = "(信息不可用或为空)";
-
 TEST(DetailPrivateRows, SingleValueExtensions)
 {
     expectRows({
@@ -33,10 +31,10 @@ TEST(DetailPrivateRows, SingleValueExtensions)
         same("ext-private", "手工输入缩略图", "ABCDEF", 10),
         same("ext-private2", "手工输入缩略图", "ABC", 10),
         same("ext-private", "OCSP不撤销检查", "NULL", 2),
-        same("ext-bad", "OCSP不撤销检查", kNone, 2), // trailing byte
+        same("ext-bad", "OCSP不撤销检查", kNa, 2), // trailing byte
         same("ext-crl2", "Netscape Certificate Type", "", 2),
         same("ext-crl2", "企业法人代码", "LEGAL-01", 14), // critical
-        same("ext-crl2", "税务登记号", kNone, 10),        // not UTF-8
+        same("ext-crl2", "税务登记号", kNa, 10),          // not UTF-8
     });
 }
 
@@ -48,8 +46,8 @@ TEST(DetailPrivateRows, IdentityCodeByTagAndTagging)
         same("ext-private2", name, "身份证号码:110101199001011234", 2), // [0] explicit
         same("idcode-explicit1", name, "军官证号码:A1234567", 2),
         same("idcode-explicit2", name, "护照号码:P7654321", 2),
-        same("ext-bad", name, kNone, 2),  // universal class
-        same("ext-crl2", name, kNone, 2), // tag 3
+        same("ext-bad", name, kNa, 2),  // universal class
+        same("ext-crl2", name, kNa, 2), // tag 3
     });
 }
 
@@ -81,7 +79,7 @@ TEST(DetailPrivateRows, DigestInfos)
         "BD A2 55 B3 2A AD BC E4 BD A0 B3 F7 E3 6C 9D A7\r\n\r\n";
     expectRows({
         // The SHA-256 entry has no parameters, which fails the whole list.
-        {"ext-private", "旧证书缩略图", kNone, kNone, 10},
+        {"ext-private", "旧证书缩略图", kNa, kNa, 10},
         {"ext-private2", "旧证书缩略图", "MD5,Unknown Hash Algorithm(1.2.3.99)",
          "Hash算法:MD5, NULL\r\n Hash值:90 01 50 98 3C D2 4F B0 D6 96 3F 7D 28 E1 7F 72\r\n\r\n"
          "Hash算法:Unknown Hash Algorithm(1.2.3.99), 06 03 2A 03 64\r\n"
@@ -127,7 +125,7 @@ TEST(DetailCrlRows, DistributionPoints)
         {"ext-std", "最新CRL", delta, delta + "\r\n\r\n", 2},
         {"ext-crl", "CRL分发点", relative, relative + "\r\n\r\n", 2},
         {"ext-crl2", "CRL分发点", two1 + "; " + two2, two1 + "\r\n\r\n" + two2 + "\r\n\r\n", 2},
-        {"ext-bad", "CRL分发点", kNone, kNone, 2}, // an empty point
+        {"ext-bad", "CRL分发点", kNa, kNa, 2}, // an empty point
     });
 }
 
@@ -168,7 +166,7 @@ TEST(DetailCrlRows, CrlAndEntryExtensions)
                              "\t\t\tCN = Tavik CRL Partition 9";
     expectRows({
         same("ext-crl", "CRL号码", "12 34", 2), // 4660
-        same("ext-crl2", "CRL号码", kNone, 2),  // NULL, not an INTEGER
+        same("ext-crl2", "CRL号码", kNa, 2),    // NULL, not an INTEGER
         same("ext-crl", "Delta CRL指示符", "BaseCRLNumber:11", 2),
         {"ext-crl", "颁发分布点", idp + ", Reason Flags:KeyCompromise",
          idp + "\r\nOnly Contains UserCerts:YES\r\nOnly Contains CACertsNO\r\n"
@@ -182,7 +180,7 @@ TEST(DetailCrlRows, CrlAndEntryExtensions)
         same("ext-crl", "撤销理由代码", "KeyCompromise", 2),
         same("ext-crl2", "撤销理由代码", "Unknown CRL Reason Code: 7", 2),
         same("ext-crl", "证书无效时间", "2024年03月05日 16:00:00", 2), // 08:00 UTC
-        same("ext-crl2", "证书无效时间", kNone, 2),                    // UTCTime
+        same("ext-crl2", "证书无效时间", kNa, 2),                      // UTCTime
         same("ext-crl", "控制指示码", "Call Issuer ", 2),
         same("ext-crl2", "控制指示码", "(1.2.3.4.5)Unknown Instruction", 2),
         // The first name stands twice.
