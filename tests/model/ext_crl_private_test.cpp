@@ -7,8 +7,12 @@
 namespace pkiui::test {
 namespace {
 
-TEST(DetailPrivateRows, SingleValueExtensions)
+TEST(DetailPrivateRows, ValueContentAndKind)
 {
+    const char *name = "个人身份识别码";
+    const std::string sha224 =
+        "Hash算法:SHA224, NULL\r\n Hash值:23 09 7D 22 34 05 D8 22 86 42 A4 77 "
+        "BD A2 55 B3 2A AD BC E4 BD A0 B3 F7 E3 6C 9D A7\r\n\r\n";
     expectRows({
         same("ext-std", "Netscape Certificate Type", "SSL Client, S/MIME, Object Signing", 2),
         same("ext-private2", "Netscape Certificate Type",
@@ -33,28 +37,15 @@ TEST(DetailPrivateRows, SingleValueExtensions)
         same("ext-private", "OCSP不撤销检查", "NULL", 2),
         same("ext-bad", "OCSP不撤销检查", kNa, 2), // trailing byte
         same("ext-crl2", "Netscape Certificate Type", "", 2),
-        same("ext-crl2", "企业法人代码", "LEGAL-01", 14), // critical
-        same("ext-crl2", "税务登记号", kNa, 10),          // not UTF-8
-    });
-}
-
-TEST(DetailPrivateRows, IdentityCodeByTagAndTagging)
-{
-    const char *name = "个人身份识别码";
-    expectRows({
+        same("ext-crl2", "企业法人代码", "LEGAL-01", 14),               // critical
+        same("ext-crl2", "税务登记号", kNa, 10),                        // not UTF-8
         same("ext-private", name, "身份证号码:110101199001011234", 2),  // [0] implicit
         same("ext-private2", name, "身份证号码:110101199001011234", 2), // [0] explicit
         same("idcode-explicit1", name, "军官证号码:A1234567", 2),
         same("idcode-explicit2", name, "护照号码:P7654321", 2),
         same("ext-bad", name, kNa, 2),  // universal class
         same("ext-crl2", name, kNa, 2), // tag 3
-    });
-}
-
-// Numbers show as text for encodings 1 and 2 and in hex for every other one.
-TEST(DetailPrivateRows, IdentificationItems)
-{
-    expectRows({
+        // Numbers show as text for encodings 1 and 2 and in hex for every other one.
         {"ext-private", "企业机构身份标识", "组织机构代码证,身份证",
          "证书类型:组织机构代码证\r\n证书编码:原文\r\n"
          "证件号码:39313335303130304D303030313030593433\r\n\r\n"
@@ -69,15 +60,6 @@ TEST(DetailPrivateRows, IdentificationItems)
          10},
         {"ext-crl2", "企业机构身份标识", "其他个人证件",
          "证书类型:其他个人证件\r\n证书编码:2\r\n证件号码:ABC-123\r\n\r\n", 10},
-    });
-}
-
-TEST(DetailPrivateRows, DigestInfos)
-{
-    const std::string sha224 =
-        "Hash算法:SHA224, NULL\r\n Hash值:23 09 7D 22 34 05 D8 22 86 42 A4 77 "
-        "BD A2 55 B3 2A AD BC E4 BD A0 B3 F7 E3 6C 9D A7\r\n\r\n";
-    expectRows({
         // The SHA-256 entry has no parameters, which fails the whole list.
         {"ext-private", "旧证书缩略图", kNa, kNa, 10},
         {"ext-private2", "旧证书缩略图", "MD5,Unknown Hash Algorithm(1.2.3.99)",
@@ -94,8 +76,9 @@ TEST(DetailPrivateRows, DigestInfos)
     });
 }
 
-TEST(DetailCrlRows, DistributionPoints)
+TEST(DetailCrlRows, ValueContentAndKind)
 {
+    const ScopedTimeZone zone("Asia/Shanghai");
     const std::string full = "\tDistribution Point Name: \r\n\t\tFull Name: \r\n\t\t\t";
     // Three names print the second one twice.
     const std::string std1 = "[1]CRL Distribution Point \r\n" + full +
@@ -120,19 +103,6 @@ TEST(DetailCrlRows, DistributionPoints)
                              ", URI=http://crl.example.com/b.crl\r\n \r\n";
     const std::string two2 = "[2]CRL Distribution Point \r\n\tCRL Issuer: \r\n"
                              "\t\tRFC822 Name=crl@example.com\r\n, URI=http://crl.example.com/\r\n";
-    expectRows({
-        {"ext-std", "CRL分发点", std1 + "; " + std2, std1 + "\r\n\r\n" + std2 + "\r\n\r\n", 2},
-        {"ext-std", "最新CRL", delta, delta + "\r\n\r\n", 2},
-        {"ext-crl", "CRL分发点", relative, relative + "\r\n\r\n", 2},
-        {"ext-crl2", "CRL分发点", two1 + "; " + two2, two1 + "\r\n\r\n" + two2 + "\r\n\r\n", 2},
-        {"ext-bad", "CRL分发点", kNa, kNa, 2}, // an empty point
-    });
-}
-
-// The first item ends the content without a line break, so the second
-// follows it on the same line.
-TEST(DetailCrlRows, AccessInformation)
-{
     const auto item = [](const char *n, const char *method, const char *location) {
         return std::string("[") + n + "]Authority Info Access \r\n\t Access Method:" + method +
                "\r\n \t\tAccessLocation\r\n \t\t\t" + location + " ";
@@ -142,22 +112,6 @@ TEST(DetailCrlRows, AccessInformation)
     const std::string repo = item("1", "CARepository", "URI=http://repo.example.com/\r\n");
     const std::string tsa = item("2", "TimeStamping", "URI=http://tsa.example.com/\r\n");
     const std::string unknown = item("1", "Unknown(1.2.3.4)\r\n", "DNS Name=sia.example.com\r\n");
-    expectRows({
-        {"ext-std", "颁发者信息访问", ocsp + ", " + ca, ocsp + ca + "\r\n", 2},
-        {"ext-std", "主题信息访问", repo + ", " + tsa, repo + tsa + "\r\n", 2},
-        {"ext-crl2", "主题信息访问", unknown, unknown, 2},
-    });
-    // A description whose location cannot be read leaves no row at all.
-    const Loaded loaded("ext-crl2");
-    ASSERT_TRUE(loaded.ok);
-    const Names &keys = loaded.model.keys();
-    EXPECT_EQ(std::count(keys.begin(), keys.end(), "颁发者信息访问"), 0);
-    EXPECT_EQ(std::count(keys.begin(), keys.end(), "未知扩展(1.3.6.1.5.5.7.1.1)"), 0);
-}
-
-TEST(DetailCrlRows, CrlAndEntryExtensions)
-{
-    const ScopedTimeZone zone("Asia/Shanghai");
     const std::string mail = "RFC822 Name=a@example.com\r\n";
     const std::string uri = "URI=http://b.example.com/\r\n";
     const std::string idp = "Distribution Point Name:\t\tFull Name: \r\n"
@@ -165,6 +119,16 @@ TEST(DetailCrlRows, CrlAndEntryExtensions)
     const std::string idp2 = "Distribution Point Name:\t\tName Relative to CRL Issuer:\r\n"
                              "\t\t\tCN = Tavik CRL Partition 9";
     expectRows({
+        {"ext-std", "CRL分发点", std1 + "; " + std2, std1 + "\r\n\r\n" + std2 + "\r\n\r\n", 2},
+        {"ext-std", "最新CRL", delta, delta + "\r\n\r\n", 2},
+        {"ext-crl", "CRL分发点", relative, relative + "\r\n\r\n", 2},
+        {"ext-crl2", "CRL分发点", two1 + "; " + two2, two1 + "\r\n\r\n" + two2 + "\r\n\r\n", 2},
+        {"ext-bad", "CRL分发点", kNa, kNa, 2}, // an empty point
+        // The first item ends the content without a line break, so the second
+        // follows it on the same line.
+        {"ext-std", "颁发者信息访问", ocsp + ", " + ca, ocsp + ca + "\r\n", 2},
+        {"ext-std", "主题信息访问", repo + ", " + tsa, repo + tsa + "\r\n", 2},
+        {"ext-crl2", "主题信息访问", unknown, unknown, 2},
         same("ext-crl", "CRL号码", "12 34", 2), // 4660
         same("ext-crl2", "CRL号码", kNa, 2),    // NULL, not an INTEGER
         same("ext-crl", "Delta CRL指示符", "BaseCRLNumber:11", 2),
@@ -187,6 +151,12 @@ TEST(DetailCrlRows, CrlAndEntryExtensions)
         {"ext-crl2", "证书颁发者", mail + ", " + mail + ", " + uri,
          mail + "\r\n" + mail + "\r\n" + uri + "\r\n", 2},
     });
+    // A description whose location cannot be read leaves no row at all.
+    const Loaded loaded("ext-crl2");
+    ASSERT_TRUE(loaded.ok);
+    const Names &keys = loaded.model.keys();
+    EXPECT_EQ(std::count(keys.begin(), keys.end(), "颁发者信息访问"), 0);
+    EXPECT_EQ(std::count(keys.begin(), keys.end(), "未知扩展(1.3.6.1.5.5.7.1.1)"), 0);
 }
 
 } // namespace
