@@ -37,48 +37,19 @@ const Names kAllNames = {
     "Registered ID=1.2.3.4.5.6\r\n",
 };
 
-TEST(StandardExtensionRows, KeyIdentifiers)
+TEST(StandardExtensionRows, ValueContentAndKind)
 {
+    const ScopedTimeZone utc("UTC"); // the period's times
     const std::string interKey = skidOf("rsa-inter");
     const std::string interSerial = serialOf("rsa-inter");
     const std::string rootKey = skidOf("rsa-root");
     const std::string rootName = "DirectoryName C = CN, O = Tavik Test, CN = Tavik Test Root CA";
     const char *akid = "颁发机构密钥标识符";
-    expectRows({
-        {"ext-std", akid,
-         "KeyID=" + interKey + "; GeneralNames=" + rootName +
-             ", CertificateExtensionSN=" + interSerial,
-         "KeyID=" + interKey + "\r\nGeneralNames:\r\n\t" + rootName +
-             "\r\nCertificateExtensionSN=" + interSerial,
-         2},
-        // Without issuer names nothing separates the serial from the key.
-        {"ext-bad", akid, "KeyID=" + interKey + "CertificateExtensionSN=" + interSerial,
-         "KeyID=" + interKey + "\r\nCertificateExtensionSN=" + interSerial, 2},
-        {"ext-ca", akid, "KeyID=" + rootKey, "KeyID=" + rootKey + "\r\n", 2},
-        {"ext-std", "主题密钥标识符", skidOf("ext-std"), skidOf("ext-std"), 2},
-    });
-}
-
-TEST(StandardExtensionRows, KeyUsageAndPrivateKeyPeriod)
-{
     const std::string all = "DigitalSignature, NonRepudiation/ContentCommitment, "
                             "KeyEncipherment, DataEncipherment, KeyAgreement, EncipherOnly, "
                             "DecipherOnly";
     const std::string start = "起始日期2024年01月01日 00:00:00";
     const std::string end = "终止日期2034年12月31日 23:59:59";
-    const ScopedTimeZone utc("UTC"); // the period's times
-    expectRows({
-        {"ext-std", "密钥用法", all, all, 6},
-        {"ext-ca", "密钥用法", "KeyCertSign, CRLSign", "KeyCertSign, CRLSign", 6},
-        // Only bit 9, which has no name.
-        {"ext-bad", "密钥用法", kNa, kNa, 2},
-        {"ext-std", "私钥使用周期", start + ", " + end, start + "\r\n" + end + "\r\n", 2},
-        {"ext-std2", "私钥使用周期", end, end + "\r\n", 2},
-    });
-}
-
-TEST(StandardExtensionRows, PoliciesMappingsAndPolicyConstraints)
-{
     const std::string cps = "\t[1]Policy Qualifier Info: \r\n\t\tPolicy Qualifier Id=CPS "
                             "\r\n\t\tQualifier:http://cps.example.com/cps\r\n\r\n";
     const std::string notice =
@@ -103,25 +74,6 @@ TEST(StandardExtensionRows, PoliciesMappingsAndPolicyConstraints)
 
     const std::string map1 = "IssuerDomainPolicy: 1.2.3.1\r\nSubjectDomainPolicy: 1.2.3.2\r\n";
     const std::string map2 = "IssuerDomainPolicy: 1.2.3.3\r\nSubjectDomainPolicy: 1.2.3.4\r\n";
-    expectRows({
-        // Only the first item has a blank before its line break.
-        {"ext-std", "证书策略", "[1]Certificate Policy:" + std1 + "; [2]Certificate Policy:" + any,
-         "[1]Certificate Policy: \r\n" + std1 + "\r\n[2]Certificate Policy:\r\n" + any + "\r\n", 2},
-        {"ext-std2", "证书策略",
-         "[1]Certificate Policy:" + std2a + "; [2]Certificate Policy:" + std2b,
-         "[1]Certificate Policy: \r\n" + std2a + "\r\n[2]Certificate Policy:\r\n" + std2b + "\r\n",
-         2},
-        {"ext-ca", "策略映射", map1 + ", " + map2, map1 + "\r\n" + map2 + "\r\n", 2},
-        {"ext-ca", "策略限制", "Require Explicit Policy=00, Inhibit Policy Mapping=01",
-         "Require Explicit Policy=00\r\nInhibit Policy Mapping=01\r\n", 2},
-        {"ext-std2", "策略限制", "Inhibit Policy Mapping=02", "Inhibit Policy Mapping=02\r\n", 6},
-        {"ext-ca", "禁止任意发布策略", "02", "02", 2},
-        {"ext-std2", "禁止任意发布策略", "01 2C", "01 2C", 2},
-    });
-}
-
-TEST(StandardExtensionRows, AlternativeNamesAndNameConstraints)
-{
     std::string allValue, allContent;
     for (const std::string &name : kAllNames) {
         allValue += (allValue.empty() ? "" : ", ") + name;
@@ -141,6 +93,36 @@ TEST(StandardExtensionRows, AlternativeNamesAndNameConstraints)
                                "07 08 09 0A 0B 0C 0D 0E\r\n";
     const std::string oddDir = "DirectoryName CN = HEX: 02 01 05";
     expectRows({
+        {"ext-std", akid,
+         "KeyID=" + interKey + "; GeneralNames=" + rootName +
+             ", CertificateExtensionSN=" + interSerial,
+         "KeyID=" + interKey + "\r\nGeneralNames:\r\n\t" + rootName +
+             "\r\nCertificateExtensionSN=" + interSerial,
+         2},
+        // Without issuer names nothing separates the serial from the key.
+        {"ext-bad", akid, "KeyID=" + interKey + "CertificateExtensionSN=" + interSerial,
+         "KeyID=" + interKey + "\r\nCertificateExtensionSN=" + interSerial, 2},
+        {"ext-ca", akid, "KeyID=" + rootKey, "KeyID=" + rootKey + "\r\n", 2},
+        {"ext-std", "主题密钥标识符", skidOf("ext-std"), skidOf("ext-std"), 2},
+        {"ext-std", "密钥用法", all, all, 6},
+        {"ext-ca", "密钥用法", "KeyCertSign, CRLSign", "KeyCertSign, CRLSign", 6},
+        // Only bit 9, which has no name.
+        {"ext-bad", "密钥用法", kNa, kNa, 2},
+        {"ext-std", "私钥使用周期", start + ", " + end, start + "\r\n" + end + "\r\n", 2},
+        {"ext-std2", "私钥使用周期", end, end + "\r\n", 2},
+        // Only the first item has a blank before its line break.
+        {"ext-std", "证书策略", "[1]Certificate Policy:" + std1 + "; [2]Certificate Policy:" + any,
+         "[1]Certificate Policy: \r\n" + std1 + "\r\n[2]Certificate Policy:\r\n" + any + "\r\n", 2},
+        {"ext-std2", "证书策略",
+         "[1]Certificate Policy:" + std2a + "; [2]Certificate Policy:" + std2b,
+         "[1]Certificate Policy: \r\n" + std2a + "\r\n[2]Certificate Policy:\r\n" + std2b + "\r\n",
+         2},
+        {"ext-ca", "策略映射", map1 + ", " + map2, map1 + "\r\n" + map2 + "\r\n", 2},
+        {"ext-ca", "策略限制", "Require Explicit Policy=00, Inhibit Policy Mapping=01",
+         "Require Explicit Policy=00\r\nInhibit Policy Mapping=01\r\n", 2},
+        {"ext-std2", "策略限制", "Inhibit Policy Mapping=02", "Inhibit Policy Mapping=02\r\n", 6},
+        {"ext-ca", "禁止任意发布策略", "02", "02", 2},
+        {"ext-std2", "禁止任意发布策略", "01 2C", "01 2C", 2},
         // The subject form runs the names together, the issuer form does not.
         {"ext-std", "主体备用名称",
          "RFC822 Name=ext-std@example.com\r\n, DNS Name=ext-std.example.com\r\n",
@@ -155,12 +137,6 @@ TEST(StandardExtensionRows, AlternativeNamesAndNameConstraints)
         {"ext-std2", "颁发者备用名称", kNa, kNa, 2},
         {"ext-ca", "名称限制", permitted + excluded, permitted + excluded, 6},
         {"ext-std2", "名称限制", zero, zero + "Excluded Subtrees=None\r\n", 2},
-    });
-}
-
-TEST(StandardExtensionRows, BasicConstraintsAndExtendedKeyUsage)
-{
-    expectRows({
         {"ext-std", "基本限制", "Subject Type=End Entity, Path Length Constraint=None",
          "Subject Type=End Entity\r\nPath Length Constraint=None\r\n", 6},
         {"ext-ca", "基本限制", "Subject Type=CA, Path Length Constraint=03",
