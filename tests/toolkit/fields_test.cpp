@@ -181,11 +181,6 @@ Fields fieldsOf(const tavik_time *t)
             tavik_time_gethour(t), tavik_time_getminute(t), tavik_time_getsecond(t)};
 }
 
-Bytes bytesOf(const BlobPtr &blob)
-{
-    return blob ? Bytes(blob->data, blob->data + blob->length) : Bytes{0xEE, 0xEE};
-}
-
 TEST(Time, OnlyCalendarValuesAreMadeAndTheyCompareFieldByField)
 {
     const std::pair<Fields, bool> cases[] = {
@@ -242,7 +237,7 @@ TEST(BigInteger, MagnitudeSignDecimalValueAndNegation)
         SCOPED_TRACE(c.decimal);
         const tavik::BigIntPtr n(tavik_biginteger_new(c.input.data(), c.input.size(), c.negative));
         ASSERT_TRUE(n);
-        EXPECT_EQ(bytesOf(BlobPtr(tavik_biginteger_getdata(n.get()))), c.magnitude);
+        EXPECT_EQ(hex(tavik_biginteger_getdata(n.get())), hex(c.magnitude));
         EXPECT_EQ(tavik_biginteger_getsign(n.get()), c.sign);
         char *text = nullptr;
         std::size_t length = 0;
@@ -254,7 +249,7 @@ TEST(BigInteger, MagnitudeSignDecimalValueAndNegation)
         EXPECT_EQ(value, c.value.value_or(42));
         const tavik::BigIntPtr negated(tavik_biginteger_neg(n.get()));
         EXPECT_EQ(tavik_biginteger_getsign(negated.get()), -c.sign);
-        EXPECT_EQ(bytesOf(BlobPtr(tavik_biginteger_getdata(negated.get()))), c.magnitude);
+        EXPECT_EQ(hex(tavik_biginteger_getdata(negated.get())), hex(c.magnitude));
     }
     EXPECT_EQ(tavik_biginteger_getbitcount(tavik::BigIntPtr(tavik_biginteger_newint(-256)).get()),
               9);
@@ -279,8 +274,7 @@ TEST(BitSet, BitZeroIsTheFirstBitAndPaddingIsNeverSet)
             EXPECT_EQ(tavik_bitset_isset(bits.get(), i) != 0, i >= 0 && (mask >> i & 1))
                 << "bit " << i << " with " << unusedBits << " unused";
         int unused = -1;
-        EXPECT_EQ(bytesOf(BlobPtr(tavik_bitset_getdata(bits.get(), &unused))),
-                  Bytes(bytes, bytes + 2));
+        EXPECT_EQ(hex(tavik_bitset_getdata(bits.get(), &unused)), "86A0");
         EXPECT_EQ(unused, unusedBits);
     }
     EXPECT_EQ(tavik_bitset_new(bytes, 1, 8), nullptr);
