@@ -1,9 +1,10 @@
 // Feeds bytes through every reader of the toolkit: the certificate loaders,
 // then every getter and converter on what comes back (every extension through
 // every converter and every accessor of the result), and the ASN.1 reader on
-// the raw bytes under every type code and through the streams. Shared by the
-// fuzzer and the test that replays the inputs it found, so that both run
-// exactly the same code.
+// the raw bytes under every type code and through the streams; then every
+// family again from null handles and null outputs, which must be refused.
+// Shared by the fuzzer and the test that replays the inputs it found, so that
+// both run exactly the same code.
 #pragma once
 
 #include <array>
