@@ -12,18 +12,14 @@
 
 namespace {
 
-using uitest::child;
-using uitest::click;
-using uitest::typeText;
+using namespace pkiui::test;
+using namespace uitest;
 
 const QString kWrongPin = QString::fromUtf8("密码错误");
 const QString kLocked = QString::fromUtf8("设备已被锁定");
 const QString kTryAgain = QString::fromUtf8("密码错误，请重试");
 const QString kUnknownError = QString::fromUtf8("验证密码时发生未知错误");
 const QString kBadCharacter = QString::fromUtf8("密码包含错误的字符");
-
-using pkiui::test::openScripted;
-using uitest::Buffer;
 
 // Each test runs one entry, VerifyPassword when the parameter is true, with a
 // device that accepts whatever PIN it gets.
@@ -51,22 +47,20 @@ TEST_P(PasswordEntry, EndingTheDialogLeavesNothingInTheField)
 {
     for (const bool ok : {false, true}) {
         SCOPED_TRACE(ok ? "OK" : "Cancel");
-        bool moved = true;
-        QString leftOver = QStringLiteral("not read");
-        std::u16string afterEnd;
-        const uitest::DialogScript script([&](QWidget *window) {
+        const DialogScript script([&](QWidget *window) {
             auto *field = child<QLineEdit>(window, "passwordField");
             typeText(window, QStringLiteral("s"));
             const QChar *first = field->text().constData();
             typeText(window, QStringLiteral("ecret-that-is-typed-and-then-partly-deleted"));
             for (int i = 0; i < 20; ++i)
                 QTest::keyClick(field, Qt::Key_Backspace);
-            moved = field->text().constData() != first;
+            EXPECT_EQ(field->text().constData(), first) << "typing moved the buffer";
             const QString held = field->text(); // shares the buffer
             const auto *begin = reinterpret_cast<const char16_t *>(held.constData());
             click(window, ok ? "okButton" : "cancelButton");
-            afterEnd.assign(begin, static_cast<std::size_t>(held.capacity()));
-            leftOver = field->text();
+            const std::u16string afterEnd(begin, static_cast<std::size_t>(held.capacity()));
+            EXPECT_EQ(afterEnd, std::u16string(afterEnd.size(), u'\0'));
+            EXPECT_EQ(field->text(), QString());
         });
         char sentinel = 'x';
         char *pwd = &sentinel;
@@ -76,9 +70,6 @@ TEST_P(PasswordEntry, EndingTheDialogLeavesNothingInTheField)
             EXPECT_EQ(std::string(pwd, 25), std::string("secret-that-is-typed-and", 25));
         else
             EXPECT_EQ(pwd, &sentinel);
-        EXPECT_FALSE(moved);
-        EXPECT_EQ(afterEnd, std::u16string(afterEnd.size(), u'\0'));
-        EXPECT_EQ(leftOver, QString());
         EXPECT_EQ(script.dialogsShown(), 1);
     }
 }
@@ -102,21 +93,16 @@ TEST_P(PasswordEntry, WindowShowsMessageDefaultOrNothing)
         {longMessage.c_str(), QString::fromStdString(longMessage)},
     };
     for (const Case &c : cases) {
-        QString header = QStringLiteral("not read");
-        bool plain = false;
-        bool inside = false;
-        const uitest::DialogScript script([&](QWidget *window) {
+        SCOPED_TRACE(c.msg ? std::string(c.msg).substr(0, 20) : "(null)");
+        const DialogScript script([&](QWidget *window) {
             auto *label = child<QLabel>(window, "headerLabel");
-            header = label->text();
-            plain = label->textFormat() == Qt::PlainText;
-            inside = window->rect().contains(label->geometry());
+            EXPECT_EQ(label->text(), c.header);
+            EXPECT_TRUE(label->textFormat() == Qt::PlainText &&
+                        window->rect().contains(label->geometry()));
             click(window, "cancelButton");
         });
         char *pwd = nullptr;
         call(c.msg, &pwd);
-        const std::string what = c.msg ? std::string(c.msg).substr(0, 20) : "(null)";
-        EXPECT_EQ(header, c.header) << what;
-        EXPECT_TRUE(plain && inside) << what;
         EXPECT_EQ(script.lastSize(), size);
     }
 }
@@ -128,7 +114,7 @@ INSTANTIATE_TEST_SUITE_P(BothEntries, PasswordEntry, ::testing::Bool(), [](const
 // The plain dialog hands any text over; its buffer is sized for ASCII only.
 TEST(GetPassword, ChineseCharacterDoesNotFitItsBuffer)
 {
-    const uitest::DialogScript script([](QWidget *window) {
+    const DialogScript script([](QWidget *window) {
         typeText(window, QString(QChar(0x4E2D)));
         click(window, "okButton");
     });
@@ -148,7 +134,7 @@ TEST(GetPassword, ChineseCharacterDoesNotFitItsBuffer)
 struct PinCase {
     int status, count, pinType; // the count query's answer; the dialog's pin type
     TavikPKIScriptedAnswer reply;
-    const char *shownCount; // null: the row is hidden
+    const char *shownCount; // "hidden": the row is
     QString alert;
     const char *countAfter;
     QString typed = QStringLiteral("1234");
@@ -160,8 +146,8 @@ TEST(VerifyPassword, ShowsTheCountAndAnswersEachReply)
     const PinCase cases[] = {
         {1, 3, 1, {TAVIK_ERR_MEMORY, 2}, "3", kUnknownError, "3"},
         {1, 3, 1, {TAVIK_ERR_DEVICE, -1}, "3", kUnknownError, "3"},
-        {1, -1, 1, {incorrect, -1}, nullptr, kWrongPin, nullptr},
-        {TAVIK_ERR_DEVICE, 3, 1, {badForm, -1}, nullptr, kWrongPin, nullptr},
+        {1, -1, 1, {incorrect, -1}, "hidden", kWrongPin, "hidden"},
+        {TAVIK_ERR_DEVICE, 3, 1, {badForm, -1}, "hidden", kWrongPin, "hidden"},
         {1, 3, 1, {incorrect, 0}, "3", kLocked, "3"},
         {1, 3, 1, {incorrect, 2}, "3", kTryAgain, "2"},
         {1, 0, 1, {badForm, 1}, "0", kTryAgain, "1"},
@@ -175,36 +161,31 @@ TEST(VerifyPassword, ShowsTheCountAndAnswersEachReply)
                                         << c.reply.result << "/" << c.reply.retry);
         const auto device = openScripted(c.status, c.count, {c.reply});
         ASSERT_TRUE(device);
-        const uitest::AlertRecorder alerts;
+        const AlertRecorder alerts;
         const bool refused = c.alert == kBadCharacter;
-        bool shown = false, openAfterReply = false, openAfterCancel = true;
-        bool fieldAsExpected = false;
-        QString count, countAfter;
-        const uitest::DialogScript script([&](QWidget *window) {
-            shown = child<QWidget>(window, "retryRow")->isVisible();
-            count = child<QLabel>(window, "retryNumberLabel")->text();
+        const DialogScript script([&](QWidget *window) {
+            const auto shownCount = [window] {
+                return child<QWidget>(window, "retryRow")->isVisible()
+                           ? child<QLabel>(window, "retryNumberLabel")->text()
+                           : QStringLiteral("hidden");
+            };
+            EXPECT_EQ(shownCount(), c.shownCount);
             typeText(window, c.typed);
             click(window, "okButton");
             // Read here: Cancel wipes the field's buffer, which a copy would share.
-            fieldAsExpected = child<QLineEdit>(window, "passwordField")->text() ==
-                              (refused ? c.typed : QString());
-            countAfter = child<QLabel>(window, "retryNumberLabel")->text();
-            openAfterReply = window->isVisible();
+            EXPECT_EQ(child<QLineEdit>(window, "passwordField")->text(),
+                      refused ? c.typed : QString())
+                << "emptied, or kept when refused";
+            EXPECT_EQ(shownCount(), c.countAfter);
+            EXPECT_TRUE(window->isVisible());
             click(window, "cancelButton");
-            openAfterCancel = window->isVisible();
+            EXPECT_FALSE(window->isVisible());
         });
         char *pwd = nullptr;
         EXPECT_EQ(TavikPKIUIVerifyPassword(nullptr, device.get(), c.pinType, "m", &pwd),
                   TAVIKPKIUI_NO_PASSWORD);
-        EXPECT_EQ(shown, c.shownCount != nullptr);
-        if (c.shownCount) {
-            EXPECT_EQ(count, c.shownCount);
-            EXPECT_EQ(countAfter, c.countAfter);
-        }
+        EXPECT_EQ(script.dialogsShown(), 1);
         EXPECT_EQ(alerts.texts(), QStringList{c.alert});
-        EXPECT_TRUE(fieldAsExpected) << "emptied, or kept when refused";
-        EXPECT_TRUE(openAfterReply);
-        EXPECT_FALSE(openAfterCancel);
         EXPECT_EQ(TavikPKIDeviceScriptedVerifyCalls(device.get()), refused ? 0 : 1);
     }
 }
