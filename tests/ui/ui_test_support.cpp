@@ -83,11 +83,6 @@ AlertRecorder::~AlertRecorder()
     pkiui::setAlertObserver({});
 }
 
-QStringList AlertRecorder::texts() const
-{
-    return m_texts;
-}
-
 void typeText(QWidget *window, const QString &text)
 {
     auto *field = child<QLineEdit>(window, "passwordField");

@@ -52,7 +52,7 @@ class AlertRecorder {
     AlertRecorder(const AlertRecorder &) = delete;
     AlertRecorder &operator=(const AlertRecorder &) = delete;
 
-    QStringList texts() const;
+    QStringList texts() const { return m_texts; }
     QWidget *lastOwner() const { return m_owner; }
 
   private:
