@@ -1,6 +1,7 @@
 // The three lists (details, path, chooser) and their context menus: Qt's
 // model rules, the detail filter and columns; copy, export and the
-// fingerprint check, held against what the openssl command says.
+// fingerprint check, held against what the openssl command says. Then the
+// viewer: its tabs, the path tab over a parent, a certificate it refuses.
 #include <QAbstractItemModelTester>
 #include <QAction>
 #include <QApplication>
@@ -11,6 +12,9 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QTabWidget>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
@@ -21,17 +25,15 @@
 
 #include "select_cert_dlg.hpp"
 #include "show_cert_detail_dlg.hpp"
+#include "show_cert_info_dlg.hpp"
 #include "show_cert_path_dlg.hpp"
 #include "test_seams.hpp"
 #include "ui_test_support.hpp"
 
 namespace {
 
-using pkiui::test::fixturePath;
-using pkiui::test::openssl;
-using uitest::child;
-using uitest::clickRow;
-using uitest::loadCert;
+using namespace pkiui::test;
+using namespace uitest;
 
 QString clipboard()
 {
@@ -291,6 +293,79 @@ TEST_F(CertActions, FingerprintCheckNamesTheMatchingDigestInAnySpelling)
     EXPECT_EQ(verdict(QStringLiteral("指纹")), none);
     EXPECT_EQ(verdict(QStringLiteral("  ")), QString());
     dialog->close();
+}
+
+// The viewer over a parent returns at once, in a window of its own that the
+// parent owns. Its path tab selects the viewed certificate and shows its
+// status, with the reason as tooltip; viewing the root opens a second viewer
+// over the first, whose "确定" only hides it, and the hidden one is released.
+TEST_F(CertActions, ViewerOverAParentSelectsTheViewedCertAndViewsTheRootInASecond)
+{
+    QWidget parent;
+    parent.show();
+    EXPECT_EQ(TavikPKIUIDisplayCert(&parent, m_leaf.get()), 1);
+    const auto viewers = parent.findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
+    ASSERT_EQ(viewers.size(), 1);
+    const QPointer<QWidget> viewer = viewers.first();
+    EXPECT_TRUE(viewer->isWindow() && viewer->isVisible());
+    EXPECT_EQ(viewer->windowTitle(), QStringLiteral("证书"));
+    EXPECT_EQ(viewer->size(), QSize(400, 450));
+
+    // Its tabs in screen order.
+    auto *tabs = child<QTabWidget>(viewer, "tabs");
+    QStringList titles;
+    for (int i = 0; i < tabs->count(); ++i)
+        titles << tabs->tabText(i);
+    EXPECT_EQ(titles, QString::fromUtf8("常规|详细信息|证书路径").split('|'));
+    EXPECT_EQ(tabs->widget(1), viewer->findChild<pkiui::ShowCertDetailDlg *>());
+    tabs->setCurrentIndex(2);
+    auto *tab = qobject_cast<pkiui::ShowCertPathDlg *>(tabs->currentWidget());
+    ASSERT_NE(tab, nullptr);
+    QTableView *table = tab->certTableView();
+    auto *lookUp = child<QPushButton>(viewer, "lookUpButton");
+    auto *status = child<QLineEdit>(viewer, "certStatusTextField");
+    const QString reason = QStringLiteral("该证书验证通过");
+    ASSERT_EQ(table->model()->rowCount(), 3);
+    EXPECT_EQ(table->selectionModel()->selectedRows(),
+              QModelIndexList{table->model()->index(2, 0)});
+    EXPECT_FALSE(lookUp->isEnabled());
+    EXPECT_EQ(status->text(), QStringLiteral("该证书没有问题"));
+    EXPECT_EQ(status->toolTip(), reason);
+    EXPECT_EQ(table->model()->index(2, 0).data(Qt::ToolTipRole).toString(), reason);
+
+    clickRow(table, 0);
+    EXPECT_TRUE(lookUp->isEnabled());
+    ASSERT_EQ(tab->selectedCert(), tab->model().certPaths().front().cert);
+    QTest::mouseClick(lookUp, Qt::LeftButton);
+    const auto nested = viewer->findChildren<QWidget *>(QStringLiteral("certViewerWindow"));
+    ASSERT_EQ(nested.size(), 1) << "over the first viewer's window";
+    EXPECT_TRUE(nested.first()->isVisible());
+    EXPECT_EQ(child<QLabel>(nested.first(), "subjectLabel")->text(), "Tavik Test Root CA");
+
+    clickRow(table, 2);
+    EXPECT_FALSE(lookUp->isEnabled());
+    EXPECT_EQ(tab->selectedCert(), nullptr);
+
+    const QPointer<QWidget> second = nested.first();
+    click(second, "okButton");
+    EXPECT_FALSE(second->isVisible());
+    EXPECT_TRUE(viewer->isVisible());
+    QTest::qWait(0);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(second, nullptr);
+    EXPECT_NE(viewer, nullptr);
+}
+
+TEST(DisplayCert, ACertificateTheViewerRefusesAlertsAndReturnsZero)
+{
+    const uitest::AlertRecorder alerts;
+    const uitest::DialogScript script([](QWidget *) {});
+    QWidget parent;
+    EXPECT_EQ(pkiui::displayCert(nullptr, nullptr), 0);
+    EXPECT_EQ(pkiui::displayCert(&parent, nullptr), 0);
+    EXPECT_EQ(alerts.texts(), (QStringList{"读取证书信息失败", "读取证书信息失败"}));
+    EXPECT_EQ(alerts.lastOwner(), &parent) << "over the parent when there is one";
+    EXPECT_EQ(script.dialogsShown(), 0);
 }
 
 } // namespace
