@@ -1,18 +1,17 @@
 #!/usr/bin/env bash
 # Real X server, keyboard only, two hosts as they are written in the field.
 # usage (under xvfb-run, SOFTHSM2_CONF set):
-#   e2e-hosts.sh MODAL_HOST MODULE TOKEN CERT DLOPEN_HOST LIBRARY
+#   e2e-hosts.sh UI_HOST MODULE TOKEN DLOPEN_HOST LIBRARY
 set -euo pipefail
 source "$(dirname "$0")/../tools/e2e-lib.sh"
-modal_host=$1 module=$2 token=$3 cert=$4 dlopen_host=$5 library=$6
+ui_host=$1 module=$2 token=$3 dlopen_host=$4 library=$5
 
 # A Qt host calls every blocking entry from inside its own exec()'d dialog:
 # each of ours takes the keys over it, and a click on the host's dialog
 # meanwhile does nothing. The password is first left empty and the PIN of
 # the SoftHSM2 token first given wrongly.
-start "$modal_host" "$module" "$token" "$cert"
-read -r _ host_windows < <(await '^host-windows ')
-read -r _ x y < <(await '^poke ')
+start "$ui_host" modal "$module" "$token"
+read -r _ x y host_windows < <(await '^poke ')
 wait_for_focus $host_windows
 xdotool mousemove "$x" "$y" click 1
 refused ""

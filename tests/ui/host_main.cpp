@@ -6,11 +6,19 @@
 //   core   with a QCoreApplication: no widget can be shown, each entry fails
 //   plain  no Qt at all: the library starts its own GUI thread, serves the
 //          main thread and two workers at once, and lets the process exit
+//   modal MODULE TOKEN
+//          a Qt host written the usual way: a "Sign" dialog run with exec()
+//          calls each blocking entry from its OK handler. e2e-hosts.sh
+//          answers them with real keys under Xvfb and meanwhile clicks the
+//          host's dialog, which must not react. Prints where to click and
+//          the host's windows, then each result.
 #include <QApplication>
+#include <QDialog>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QThread>
 #include <QTimer>
+#include <QVBoxLayout>
 
 #include <atomic>
 #include <cstdio>
@@ -56,21 +64,31 @@ void answer(QWidget *window)
     });
 }
 
+// A password entry's result as text: "1 abc", or the code alone.
+std::string passwordResult(int rc, char *pwd)
+{
+    const tavik::TextPtr owned(rc == TAVIKPKIUI_NO_PASSWORD ? nullptr : pwd);
+    return std::to_string(rc) + (rc == TAVIKPKIUI_OK ? std::string(" ") + pwd : "");
+}
+
 bool askPassword(bool shown)
 {
     char *pwd = nullptr;
     const int rc = TavikPKIUIGetPassword(nullptr, "host", &pwd);
-    const tavik::TextPtr owned(rc == TAVIKPKIUI_NO_PASSWORD ? nullptr : pwd);
-    return shown ? rc == 1 && pwd && !std::strcmp(pwd, "abc") : rc == TAVIKPKIUI_NO_PASSWORD;
+    return passwordResult(rc, pwd) == (shown ? "1 abc" : std::to_string(TAVIKPKIUI_NO_PASSWORD));
+}
+
+tavik::CertPtr leaf()
+{
+    TAVIK_CERT_st *cert = nullptr;
+    check(TavikPKICertNewFromFile(PKIUI_FIXTURES "/rsa-leaf.pem", &cert) == 1, "fixture loads");
+    return tavik::CertPtr(cert);
 }
 
 void callEntries(bool widgets)
 {
     check(askPassword(widgets), "GetPassword from a worker");
-    TAVIK_CERT_st *rawCert = nullptr;
-    const std::string path = std::string(PKIUI_FIXTURES) + "/rsa-leaf.pem";
-    check(TavikPKICertNewFromFile(path.c_str(), &rawCert) == 1, "fixture loads");
-    const tavik::CertPtr cert(rawCert);
+    const tavik::CertPtr cert = leaf();
     check(TavikPKIUIDisplayCert(nullptr, cert.get()) == (widgets ? 1 : 0),
           "DisplayCert from a worker");
     if (!widgets) {
@@ -119,19 +137,76 @@ void qtHost(const std::string &mode, int argc, char **argv)
     worker.join();
 }
 
+void say(const std::string &line)
+{
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+}
+
+void signEntries(const char *module, const char *token)
+{
+    char *pwd = nullptr;
+    int rc = TavikPKIUIGetPassword(nullptr, "签名", &pwd);
+    say("password: " + passwordResult(rc, pwd));
+    TAVIK_PKI_DEVICE_HANDLE_st *rawDevice = nullptr;
+    if (TavikPKIDeviceOpen(module, token, &rawDevice) == 1) {
+        const tavik::DevicePtr device(rawDevice);
+        pwd = nullptr;
+        rc = TavikPKIUIVerifyPassword(nullptr, device.get(), 1, "签名", &pwd);
+        say("pin: " + passwordResult(rc, pwd));
+    }
+    const tavik::CertPtr cert = leaf();
+    TAVIK_CERT_st *certs[] = {cert.get()};
+    const tavik::CertPtr chosen(TavikPKIUISelectCert(nullptr, nullptr, nullptr, certs, 1));
+    say(std::string("select: ") + (chosen ? "chosen" : "null"));
+    say("view: " + std::to_string(TavikPKIUIDisplayCert(nullptr, cert.get())));
+}
+
+void modalHost(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    QWidget mainWindow;
+    mainWindow.resize(300, 200);
+    mainWindow.show();
+    QDialog sign(&mainWindow);
+    sign.setWindowTitle(QStringLiteral("Sign"));
+    auto *layout = new QVBoxLayout(&sign);
+    auto *poke = new QPushButton(QStringLiteral("poke"), &sign);
+    auto *ok = new QPushButton(QStringLiteral("OK"), &sign);
+    layout->addWidget(poke);
+    layout->addWidget(ok);
+    int pokes = 0;
+    QObject::connect(poke, &QPushButton::clicked, [&pokes] { ++pokes; });
+    QObject::connect(ok, &QPushButton::clicked, &sign, [&] {
+        const QPoint at = poke->mapToGlobal(poke->rect().center());
+        say("poke " + std::to_string(at.x()) + " " + std::to_string(at.y()) + " " +
+            std::to_string(mainWindow.winId()) + " " + std::to_string(sign.winId()));
+        signEntries(argv[2], argv[3]);
+        say("pokes: " + std::to_string(pokes));
+        sign.accept();
+    });
+    // Pressed once the dialog's own loop runs, as a user would.
+    QTimer::singleShot(500, ok, &QPushButton::click);
+    sign.exec();
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     const std::string mode = argc > 1 ? argv[1] : "";
-    if (mode != "qt" && mode != "gui" && mode != "core" && mode != "plain") {
-        std::fprintf(stderr, "usage: ui-host qt|gui|core|plain\n");
+    const bool modal = mode == "modal" && argc == 4;
+    if (!modal && mode != "qt" && mode != "gui" && mode != "core" && mode != "plain") {
+        std::fprintf(stderr, "usage: ui-host qt|gui|core|plain|modal MODULE TOKEN\n");
         return 2;
     }
     g_mainThread = std::this_thread::get_id();
     g_plain = mode == "plain";
-    pkiui::setDialogShownHook(answer);
-    if (g_plain)
+    if (!modal)
+        pkiui::setDialogShownHook(answer);
+    if (modal)
+        modalHost(argc, argv);
+    else if (g_plain)
         plainHost();
     else
         qtHost(mode, argc, argv);
