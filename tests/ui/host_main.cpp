@@ -137,33 +137,28 @@ void qtHost(const std::string &mode, int argc, char **argv)
     worker.join();
 }
 
-void say(const std::string &line)
-{
-    std::printf("%s\n", line.c_str());
-    std::fflush(stdout);
-}
-
 void signEntries(const char *module, const char *token)
 {
     char *pwd = nullptr;
     int rc = TavikPKIUIGetPassword(nullptr, "签名", &pwd);
-    say("password: " + passwordResult(rc, pwd));
+    std::printf("password: %s\n", passwordResult(rc, pwd).c_str());
     TAVIK_PKI_DEVICE_HANDLE_st *rawDevice = nullptr;
     if (TavikPKIDeviceOpen(module, token, &rawDevice) == 1) {
         const tavik::DevicePtr device(rawDevice);
         pwd = nullptr;
         rc = TavikPKIUIVerifyPassword(nullptr, device.get(), 1, "签名", &pwd);
-        say("pin: " + passwordResult(rc, pwd));
+        std::printf("pin: %s\n", passwordResult(rc, pwd).c_str());
     }
     const tavik::CertPtr cert = leaf();
     TAVIK_CERT_st *certs[] = {cert.get()};
     const tavik::CertPtr chosen(TavikPKIUISelectCert(nullptr, nullptr, nullptr, certs, 1));
-    say(std::string("select: ") + (chosen ? "chosen" : "null"));
-    say("view: " + std::to_string(TavikPKIUIDisplayCert(nullptr, cert.get())));
+    std::printf("select: %s\n", chosen ? "chosen" : "null");
+    std::printf("view: %d\n", TavikPKIUIDisplayCert(nullptr, cert.get()));
 }
 
 void modalHost(int argc, char **argv)
 {
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // the script reads each line as it comes
     QApplication app(argc, argv);
     QWidget mainWindow;
     mainWindow.resize(300, 200);
@@ -179,10 +174,11 @@ void modalHost(int argc, char **argv)
     QObject::connect(poke, &QPushButton::clicked, [&pokes] { ++pokes; });
     QObject::connect(ok, &QPushButton::clicked, &sign, [&] {
         const QPoint at = poke->mapToGlobal(poke->rect().center());
-        say("poke " + std::to_string(at.x()) + " " + std::to_string(at.y()) + " " +
-            std::to_string(mainWindow.winId()) + " " + std::to_string(sign.winId()));
+        std::printf("poke %d %d %s %s\n", at.x(), at.y(),
+                    std::to_string(mainWindow.winId()).c_str(),
+                    std::to_string(sign.winId()).c_str());
         signEntries(argv[2], argv[3]);
-        say("pokes: " + std::to_string(pokes));
+        std::printf("pokes: %d\n", pokes);
         sign.accept();
     });
     // Pressed once the dialog's own loop runs, as a user would.
