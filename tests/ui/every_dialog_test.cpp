@@ -33,12 +33,13 @@
 
 namespace {
 
-using uitest::child;
+using namespace uitest;
 
-// A state of a dialog: from the dialog's window to the state's window.
+// A state of a dialog: from the dialog's window to the state's window, the
+// window itself when there is no way to reach.
 struct Stop {
     std::string where;
-    std::function<QWidget *(QWidget *window)> reach;
+    std::function<QWidget *(QWidget *window)> reach = {};
 };
 
 struct Dialog {
@@ -55,11 +56,6 @@ struct Dialog {
     std::array<std::string, 3> afterKeys; // the results of Return, Escape, close
 };
 
-QWidget *itself(QWidget *window)
-{
-    return window;
-}
-
 Stop tab(int index, const char *where)
 {
     return {where, [index](QWidget *window) {
@@ -72,7 +68,7 @@ Stop tab(int index, const char *where)
 // prompt is, with the one button "确定"; the prompt stays.
 QWidget *emptyPasswordAlert(QWidget *window)
 {
-    uitest::click(window, "okButton");
+    click(window, "okButton");
     auto *box = child<QMessageBox>(window, "alertBox");
     QStringList buttons;
     for (const QAbstractButton *button : box->buttons())
@@ -87,7 +83,7 @@ QWidget *emptyPasswordAlert(QWidget *window)
 // the field, so the text typed next lands there.
 void typeAfterEmptyReturn(QWidget *window)
 {
-    const uitest::AlertRecorder alerts;
+    const AlertRecorder alerts;
     QTest::keyClick(window->focusWidget(), Qt::Key_Return);
     EXPECT_EQ(alerts.texts(), QStringList{QString::fromUtf8("请输入密码")});
     QTest::keyClicks(window->focusWidget(), QStringLiteral("abc"));
@@ -103,7 +99,7 @@ Dialog prompt(std::string name, QSize given, std::function<int(char **)> entry,
     const auto call = [entry] {
         char *pwd = nullptr;
         const int rc = entry(&pwd);
-        const uitest::Buffer owned(rc == TAVIKPKIUI_NO_PASSWORD ? nullptr : pwd);
+        const Buffer owned(rc == TAVIKPKIUI_NO_PASSWORD ? nullptr : pwd);
         return std::to_string(rc) + (rc == TAVIKPKIUI_OK ? std::string(" ") + pwd : "");
     };
     return {std::move(name), "密码输入对话框",     true, given,
@@ -137,16 +133,16 @@ class Dialogs : public ::testing::Test {
                                      .value_or("?")
                                : "null";
              },
-             {{"", itself}},
+             {{""}},
              {"Tavik Test Intermediate CA", "null", "null"}},
             prompt("password", {400, 120},
                    [](char **pwd) { return TavikPKIUIGetPassword(nullptr, "m", pwd); },
-                   {{"", itself}, {" alert", emptyPasswordAlert}}),
+                   {{""}, {" alert", emptyPasswordAlert}}),
             prompt("pin", {400, 180},
                    [this](char **pwd) {
                        return TavikPKIUIVerifyPassword(nullptr, m_device.get(), 1, "m", pwd);
                    },
-                   {{"", itself}}),
+                   {{""}}),
             // Every way out of the viewer is its "确定".
             {"viewer",
              "证书",
@@ -166,9 +162,9 @@ class Dialogs : public ::testing::Test {
     {
         for (const Dialog &dialog : dialogs()) {
             int checked = 0;
-            const uitest::DialogScript script([&](QWidget *window) {
+            const DialogScript script([&](QWidget *window) {
                 for (const Stop &stop : dialog.stops) {
-                    QWidget *shown = stop.reach(window);
+                    QWidget *shown = stop.reach ? stop.reach(window) : window;
                     QApplication::processEvents();
                     const bool alert = shown != window;
                     check(shown, dialog.name + stop.where, alert ? QSize() : dialog.given);
@@ -183,8 +179,8 @@ class Dialogs : public ::testing::Test {
         }
     }
 
-    const tavik::CertPtr m_leaf = uitest::loadCert("rsa-leaf.pem");
-    const tavik::CertPtr m_inter = uitest::loadCert("rsa-inter.pem");
+    const tavik::CertPtr m_leaf = loadCert("rsa-leaf.pem");
+    const tavik::CertPtr m_inter = loadCert("rsa-inter.pem");
     const tavik::DevicePtr m_device = pkiui::test::openScripted(1, 3, {{1, 3}});
 };
 
@@ -300,7 +296,7 @@ TEST_F(Dialogs, KeysStartWhereTypingGoesAndEndEachDialogUnderItsTitle)
     for (const Dialog &dialog : dialogs()) {
         for (int key = 0; key < 3; ++key) {
             bool focused = false;
-            const uitest::DialogScript script([&](QWidget *window) {
+            const DialogScript script([&](QWidget *window) {
                 const auto *named = child<QWidget>(window, dialog.focused);
                 QWidget *focus = window->focusWidget();
                 focused = focus && (focus == named || named->isAncestorOf(focus));
