@@ -59,8 +59,7 @@ class CertActions : public ::testing::Test {
         ASSERT_EQ(m_path.setCertHandle(m_leaf.get()), 1);
         TAVIK_CERT_st *candidates[] = {m_leaf.get()};
         m_chooser.setCertificateHandles(candidates, 1);
-        for (QWidget *view : {static_cast<QWidget *>(&m_detail), static_cast<QWidget *>(&m_path),
-                              static_cast<QWidget *>(&m_chooser)}) {
+        for (QWidget *view : std::initializer_list<QWidget *>{&m_detail, &m_path, &m_chooser}) {
             view->resize(400, 420);
             view->show();
         }
@@ -241,7 +240,7 @@ TEST_F(CertActions, ExportWritesWhatOpensslWritesByTheFilesSuffixOrAlerts)
     blocker.close();
     for (const Case &c : cases) {
         SCOPED_TRACE(c.file);
-        const uitest::AlertRecorder alerts;
+        const AlertRecorder alerts;
         if (c.row >= 0)
             clickRow(c.table, c.row);
         QFile file(saveAs(QString::fromLatin1(c.file)));
@@ -358,8 +357,8 @@ TEST_F(CertActions, ViewerOverAParentSelectsTheViewedCertAndViewsTheRootInASecon
 
 TEST(DisplayCert, ACertificateTheViewerRefusesAlertsAndReturnsZero)
 {
-    const uitest::AlertRecorder alerts;
-    const uitest::DialogScript script([](QWidget *) {});
+    const AlertRecorder alerts;
+    const DialogScript script([](QWidget *) {});
     QWidget parent;
     EXPECT_EQ(pkiui::displayCert(nullptr, nullptr), 0);
     EXPECT_EQ(pkiui::displayCert(&parent, nullptr), 0);
