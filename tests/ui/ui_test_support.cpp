@@ -1,7 +1,6 @@
 #include "ui_test_support.hpp"
 
 #include <QApplication>
-#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTableView>
@@ -86,16 +85,10 @@ AlertRecorder::~AlertRecorder()
 void typeText(QWidget *window, const QString &text)
 {
     auto *field = child<QLineEdit>(window, "passwordField");
+    // QTest maps only ASCII to keys; an input method delivers the rest as text.
     for (const QChar ch : text) {
-        if (ch.unicode() < 128) {
-            QTest::keyClick(field, ch.toLatin1());
-            continue;
-        }
-        // QTest maps only ASCII to keys; an input method delivers the rest as text.
-        QKeyEvent press(QEvent::KeyPress, Qt::Key_unknown, Qt::NoModifier, QString(ch));
-        QKeyEvent release(QEvent::KeyRelease, Qt::Key_unknown, Qt::NoModifier, QString(ch));
-        QCoreApplication::sendEvent(field, &press);
-        QCoreApplication::sendEvent(field, &release);
+        const Qt::Key key = ch.unicode() < 128 ? QTest::asciiToKey(ch.toLatin1()) : Qt::Key_unknown;
+        QTest::sendKeyEvent(QTest::Click, field, key, QString(ch), Qt::NoModifier);
     }
 }
 
