@@ -25,19 +25,13 @@ const QString kBadCharacter = QString::fromUtf8("密码包含错误的字符");
 // device that accepts whatever PIN it gets.
 class PasswordEntry : public ::testing::TestWithParam<bool> {
   protected:
-    void SetUp() override
-    {
-        m_device = openScripted(1, 3, {{1, 3}});
-        ASSERT_TRUE(m_device);
-    }
-
     int call(const char *msg, char **pwd)
     {
         return GetParam() ? TavikPKIUIVerifyPassword(nullptr, m_device.get(), 1, msg, pwd)
                           : TavikPKIUIGetPassword(nullptr, msg, pwd);
     }
 
-    tavik::DevicePtr m_device;
+    const tavik::DevicePtr m_device = openScripted(1, 3, {{1, 3}});
 };
 
 // Neither button leaves anything typed in the field's buffer, not even deleted
