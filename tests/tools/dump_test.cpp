@@ -20,7 +20,7 @@
 namespace {
 
 using pkiui::dump::Json;
-using pkiui::test::fixturePath;
+using namespace pkiui::test;
 
 // Each input as one terminal line and as a JSON string read back: each
 // ill-formed UTF-8 subpart becomes one U+FFFD (the JSON library's rule, one
@@ -170,11 +170,8 @@ TEST(DumpTool, WritesEveryCertificateAndFiltersByKind)
 
 TEST(DumpTool, ShowsTheGeneralAndPathTabsInText)
 {
-    const pkiui::test::ScopedTimeZone zone("UTC");
-    const pkiui::test::Dates dates = pkiui::test::loadDates("rsa-leaf");
-    const auto day = [](const std::string &t) {
-        return t.substr(0, 4) + "/" + t.substr(4, 2) + "/" + t.substr(6, 2);
-    };
+    const ScopedTimeZone zone("UTC");
+    const Dates dates = loadDates("rsa-leaf");
     const std::string file = fixturePath("rsa-leaf.der");
     const Outcome run = dump("--general --path --trust" + fixtures({"rsa-root.pem"}) +
                              " --untrusted=" + fixturePath("rsa-inter.pem") + " '" + file + "'");
@@ -182,7 +179,7 @@ TEST(DumpTool, ShowsTheGeneralAndPathTabsInText)
     EXPECT_EQ(run.out, "=== " + file +
                            " (general) ===\n证书信息\n该证书没有问题\n颁发给:\tLeaf RSA\n"
                            "颁发者:\tTavik Test Intermediate CA\n有效期从\t" +
-                           day(dates.notBefore) + " 到 " + day(dates.notAfter) +
+                           slashedDay(dates.notBefore) + " 到 " + slashedDay(dates.notAfter) +
                            "\n证书类型:\t签名 - RSA(2048 bits)\n\n"
                            "=== " +
                            file +
