@@ -129,10 +129,6 @@ void qtHost(const std::string &mode, int argc, char **argv)
         QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
                                   Qt::QueuedConnection);
     });
-    QTimer::singleShot(30000, app.get(), [] {
-        check(false, "entries answered within 30 s");
-        QCoreApplication::exit(1);
-    });
     QCoreApplication::exec();
     worker.join();
 }
