@@ -2,6 +2,7 @@
 // what the caller gets back; then the PIN dialog's answers to each device reply.
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -165,12 +166,17 @@ TEST(VerifyPassword, ShowsTheCountAndAnswersEachReply)
             };
             EXPECT_EQ(shownCount(), c.shownCount);
             typeText(window, c.typed);
-            click(window, "okButton");
+            // OK from the keyboard: Tab moves the focus there, Space presses it.
+            auto *ok = child<QPushButton>(window, "okButton");
+            ok->setFocus(Qt::TabFocusReason);
+            QTest::keyClick(ok, Qt::Key_Space);
             // Read here: Cancel wipes the field's buffer, which a copy would share.
             EXPECT_EQ(child<QLineEdit>(window, "passwordField")->text(),
                       refused ? c.typed : QString())
                 << "emptied, or kept when refused";
             EXPECT_EQ(shownCount(), c.countAfter);
+            EXPECT_EQ(window->focusWidget(), child<QLineEdit>(window, "passwordField"))
+                << "typing goes on in the field after the alert";
             EXPECT_TRUE(window->isVisible());
             click(window, "cancelButton");
             EXPECT_FALSE(window->isVisible());
