@@ -142,7 +142,7 @@ int view(int argc, char **argv)
     // A viewer on the offscreen or minimal platform would wait, unseen, for a
     // click that cannot come: render the tabs instead, as with no display.
     const std::optional<std::string> platform = pkiui::reachablePlatform();
-    if (!platform || platform->starts_with("offscreen") || platform->starts_with("minimal")) {
+    if (!platform || !pkiui::showsWindows(*platform)) {
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
         return renderOffscreen(certs[0].get(), out);
     }

@@ -136,14 +136,26 @@ struct Platform {
     std::string_view name;
     std::string_view plugin; // file name in a plugins/platforms folder
     bool (*answers)();
+    bool onScreen; // a person sees its windows
 };
 
 constexpr std::array kPlatforms{
-    Platform{"wayland", "libqwayland-generic.so", waylandAnswers},
-    Platform{"xcb", "libqxcb.so", xServerAnswers},
-    Platform{"offscreen", "libqoffscreen.so", always},
-    Platform{"minimal", "libqminimal.so", always},
+    Platform{"wayland", "libqwayland-generic.so", waylandAnswers, true},
+    Platform{"xcb", "libqxcb.so", xServerAnswers, true},
+    Platform{"offscreen", "libqoffscreen.so", always, false},
+    Platform{"minimal", "libqminimal.so", always, false},
 };
+
+// The record of a QT_QPA_PLATFORM entry ("name" or "name:options").
+const Platform *platformOf(std::string_view entry)
+{
+    const std::string_view name = entry.substr(0, entry.find(':'));
+    for (const Platform &platform : kPlatforms) {
+        if (platform.name == name)
+            return &platform;
+    }
+    return nullptr;
+}
 
 // Where Qt looks for plugins: QT_PLUGIN_PATH first, then its own folder.
 bool pluginInstalled(std::string_view file)
@@ -162,15 +174,17 @@ bool pluginInstalled(std::string_view file)
 
 bool usable(std::string_view entry)
 {
-    const std::string_view name = entry.substr(0, entry.find(':'));
-    for (const Platform &platform : kPlatforms) {
-        if (platform.name == name)
-            return pluginInstalled(platform.plugin) && platform.answers();
-    }
-    return false;
+    const Platform *platform = platformOf(entry);
+    return platform && pluginInstalled(platform->plugin) && platform->answers();
 }
 
 } // namespace
+
+bool showsWindows(std::string_view platform)
+{
+    const Platform *known = platformOf(platform);
+    return known && known->onScreen;
+}
 
 std::optional<std::string> reachablePlatform()
 {

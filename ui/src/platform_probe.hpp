@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace pkiui {
 
@@ -17,5 +18,9 @@ namespace pkiui {
 // compositor named by WAYLAND_DISPLAY is tried first, then the X server named
 // by DISPLAY.
 std::optional<std::string> reachablePlatform();
+
+// Whether a person sees the windows of a platform reachablePlatform gave:
+// false for "offscreen" and "minimal".
+bool showsWindows(std::string_view platform);
 
 } // namespace pkiui
